@@ -1,0 +1,34 @@
+# Shared by ./run and ./test: install what is missing, then configure and build incrementally.
+
+# Debian 12 packages the project builds with.
+ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev fonts-dejavu-core)
+
+zum_ensure_packages() {
+    local missing=()
+    local package
+    for package in "${ZUM_PACKAGES[@]}"; do
+        if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
+            missing+=("$package")
+        fi
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    if [ "$(id -u)" -eq 0 ]; then
+        echo "Installing missing packages: ${missing[*]}" >&2
+        DEBIAN_FRONTEND=noninteractive apt-get update -qq
+        DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+    else
+        echo "Missing packages: ${missing[*]}. Install them with:" >&2
+        echo "  sudo apt-get update && sudo apt-get install -y --no-install-recommends ${missing[*]}" >&2
+        return 1
+    fi
+}
+
+# zum_build DIR [cmake arguments...]: configures DIR once, then builds what changed.
+zum_build() {
+    local dir=$1
+    shift
+    if [ ! -f "$dir/CMakeCache.txt" ]; then
+        cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+    fi
+    cmake --build "$dir" --parallel "$(nproc)"
+}

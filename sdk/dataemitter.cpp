@@ -1,0 +1,10 @@
+#include "dataemitter.h"
+
+namespace ZUM::SDK {
+
+DataEmitter::DataEmitter(QObject *parent)
+    : QObject(parent)
+{
+}
+
+} // namespace ZUM::SDK

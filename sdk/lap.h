@@ -1,0 +1,62 @@
+#pragma once
+
+#include "channel.h"
+#include "lapheader.h"
+#include "sample.h"
+#include "zumsdk_global.h"
+
+#include <QList>
+#include <QMetaType>
+#include <QSharedPointer>
+#include <QString>
+
+#include <unordered_map>
+
+namespace ZUM::SDK {
+
+// One lap of one car: a header, the channels recorded sample by sample, and the channels
+// calculated afterwards. The lap shares its channels with whoever asks for them.
+class ZUMSDK_EXPORT Lap
+{
+public:
+    using ChannelMap = std::unordered_map<QString, QSharedPointer<Channel>>;
+
+    QSharedPointer<Channel> channel(const QString &name) const;
+    QSharedPointer<Channel> calculatedChannel(const QString &name) const;
+
+    // Names sorted by QString's operator< (upper case before lower case).
+    QList<QString> getAvailableRecordedChannels() const;
+    QList<QString> getAvailableCalculatedChannels() const;
+
+    // Drops all channels and the header's named values; the lap's identity and timing stay.
+    void clear();
+    // Samples in the lap, read from one channel (recorded ones first).
+    qint64 size() const;
+    // True only when the lap has no channels at all, not when its channels have no entries.
+    bool isEmpty() const;
+
+    LapHeader &header() { return m_header; }
+    const LapHeader &header() const { return m_header; }
+
+    // Appends one entry to every recorded channel from the sample's named values, keeping
+    // the channels level: a name the sample lacks gets InvalidValue, and a channel that
+    // first shows up now is padded with InvalidValue for the samples before it.
+    void addSample(const Sample &sample);
+
+    void addChannel(QSharedPointer<Channel> channel, const QString &name);
+    void addCalculatedChannel(QSharedPointer<Channel> channel, const QString &name);
+    void removeRecordedChannel(const QString &name);
+    void removeCalculatedChannel(const QString &name);
+    bool containsRecordedChannel(const QString &name) const;
+    bool containsCalculatedChannel(const QString &name) const;
+    bool containsChannel(const QString &name) const;
+
+private:
+    LapHeader m_header;
+    ChannelMap m_recorded;
+    ChannelMap m_calculated;
+};
+
+} // namespace ZUM::SDK
+
+Q_DECLARE_METATYPE(QSharedPointer<ZUM::SDK::Lap>)
