@@ -14,8 +14,7 @@ bool isValidValue(double value)
 
 Channel::Channel(std::initializer_list<double> values)
     : m_values(values)
-{
-}
+{ }
 
 void Channel::reserve(qint64 count)
 {

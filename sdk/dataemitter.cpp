@@ -4,7 +4,6 @@ namespace ZUM::SDK {
 
 DataEmitter::DataEmitter(QObject *parent)
     : QObject(parent)
-{
-}
+{ }
 
 } // namespace ZUM::SDK

@@ -18,8 +18,7 @@ public:
     DynamicDataRange(DynamicDataMap::const_iterator begin, DynamicDataMap::const_iterator end)
         : m_begin(begin)
         , m_end(end)
-    {
-    }
+    { }
 
     DynamicDataMap::const_iterator begin() const { return m_begin; }
     DynamicDataMap::const_iterator end() const { return m_end; }

@@ -12,8 +12,8 @@ QString generateUniqueFileName(const QDir &dir, const QString &fileName)
     const QFileInfo info(fileName);
     const QString base = info.baseName();
     const QString suffix = info.suffix();
-    const QStringList existing = dir.entryList(nameFilters, QDir::Files | QDir::NoDotAndDotDot,
-                                               QDir::NoSort);
+    const QStringList existing
+        = dir.entryList(nameFilters, QDir::Files | QDir::NoDotAndDotDot, QDir::NoSort);
 
     QString candidate = base + QLatin1Char('.') + suffix;
     for (qint64 k = 1; existing.contains(candidate); ++k)

@@ -5,8 +5,7 @@ namespace ZUM::SDK {
 Value::Value(const QVariant &value, QString unit)
     : QVariant(value)
     , m_unit(std::move(unit))
-{
-}
+{ }
 
 bool Value::operator==(const Value &other)
 {

@@ -30,7 +30,7 @@ private Q_SLOTS:
     void messagesCarryTheDoubledPluginWord();
 
 private:
-    QPluginLoader m_loader{QStringLiteral(ZUM_PLUGIN_PATH)};
+    QPluginLoader m_loader {QStringLiteral(ZUM_PLUGIN_PATH)};
     QObject *m_instance = nullptr;
     PluginInterfaceImport *m_plugin = nullptr;
 };
@@ -48,7 +48,8 @@ void tst_PluginIdentity::metaDataNamesTheInterfaceAndClass()
 {
     const QJsonObject metaData = m_loader.metaData();
     QCOMPARE(metaData.value(QStringLiteral("IID")).toString(), iid);
-    QCOMPARE(metaData.value(QStringLiteral("className")).toString(), QStringLiteral("iRPluginImport"));
+    QCOMPARE(metaData.value(QStringLiteral("className")).toString(),
+             QStringLiteral("iRPluginImport"));
     QVERIFY(!metaData.contains(QStringLiteral("MetaData")));
     QCOMPARE(QByteArray(qobject_interface_iid<PluginInterfaceImport *>()), iid.toLatin1());
 }
@@ -92,9 +93,9 @@ void tst_PluginIdentity::metacast()
     QFETCH(int, expected);
 
     void *cast = m_instance->qt_metacast(name.isNull() ? nullptr : name.constData());
-    void *wanted = expected == 0   ? nullptr
-                   : expected == 1 ? static_cast<void *>(m_instance)
-                                   : static_cast<void *>(m_plugin);
+    void *wanted = expected == 0 ? nullptr
+        : expected == 1          ? static_cast<void *>(m_instance)
+                                 : static_cast<void *>(m_plugin);
     QCOMPARE(cast, wanted);
 }
 

@@ -111,7 +111,8 @@ void tst_CarInfo::carStreamsAsAMapOfNineFields()
              QList<QString>({"carId", "carName", "className", "detailedTelemetry", "driverName",
                              "pluginName", "sourceName", "status", "teamName"}));
     QCOMPARE(map.value(QStringLiteral("status")).metaType(), QMetaType::fromType<int>());
-    QCOMPARE(map.value(QStringLiteral("detailedTelemetry")).metaType(), QMetaType::fromType<bool>());
+    QCOMPARE(map.value(QStringLiteral("detailedTelemetry")).metaType(),
+             QMetaType::fromType<bool>());
     QCOMPARE(map.value(QStringLiteral("carId")).metaType(), QMetaType::fromType<QString>());
     QCOMPARE(map.value(QStringLiteral("driverName")).toString(), QStringLiteral("Driver 3"));
 

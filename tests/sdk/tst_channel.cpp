@@ -92,7 +92,8 @@ void tst_Channel::isValidValue_data()
     QTest::newRow("the limit itself is invalid") << ValidValueLimit << false;
     QTest::newRow("just below the limit is valid") << std::nextafter(ValidValueLimit, 0.0) << true;
     QTest::newRow("NaN is invalid") << std::numeric_limits<double>::quiet_NaN() << false;
-    QTest::newRow("positive infinity is invalid") << std::numeric_limits<double>::infinity() << false;
+    QTest::newRow("positive infinity is invalid")
+        << std::numeric_limits<double>::infinity() << false;
     QTest::newRow("negative infinity is valid") << -std::numeric_limits<double>::infinity() << true;
     QTest::newRow("large negative is valid") << -1e30 << true;
     QTest::newRow("9.99e23 is valid") << 9.99e23 << true;
@@ -105,7 +106,7 @@ void tst_Channel::isValidValue()
     QFETCH(double, value);
     QFETCH(bool, valid);
     QCOMPARE(ZUM::SDK::isValidValue(value), valid);
-    Channel channel{value};
+    Channel channel {value};
     QCOMPARE(channel.isValid(0), valid);
 }
 
@@ -119,7 +120,7 @@ void tst_Channel::defaultChannelIsEmptyWithNullUnit()
 
 void tst_Channel::initializerListKeepsOrder()
 {
-    const Channel channel{3.0, 1.0, 2.0};
+    const Channel channel {3.0, 1.0, 2.0};
     QCOMPARE(valuesOf(channel), Values({3.0, 1.0, 2.0}));
     QVERIFY(channel.unit().isNull());
 }
@@ -151,7 +152,7 @@ void tst_Channel::resizeGrowsWithZerosAndTruncates()
 
 void tst_Channel::reserveNeverShrinks()
 {
-    Channel channel{1.0, 2.0, 3.0};
+    Channel channel {1.0, 2.0, 3.0};
     channel.reserve(100);
     channel.reserve(1);
     QCOMPARE(valuesOf(channel), Values({1.0, 2.0, 3.0}));
@@ -161,7 +162,7 @@ void tst_Channel::reserveNeverShrinks()
 
 void tst_Channel::popFrontAndPopBack()
 {
-    Channel channel{1.0, 2.0, 3.0, 4.0};
+    Channel channel {1.0, 2.0, 3.0, 4.0};
     channel.popFront();
     QCOMPARE(valuesOf(channel), Values({2.0, 3.0, 4.0}));
     channel.popBack();
@@ -179,7 +180,7 @@ void tst_Channel::unitIsACopy()
 
 void tst_Channel::copiesAreDeep()
 {
-    Channel original{1.0, 2.0};
+    Channel original {1.0, 2.0};
     original.setUnit(QStringLiteral("m"));
     Channel copy = original;
     copy.setValue(0, 9.0);
@@ -195,25 +196,27 @@ void tst_Channel::normalizeChannelBeginning_data()
     QTest::addColumn<Values>("expected");
 
     QTest::newRow("wrap then zero rebuilt from the anchor")
-        << Values{0.99, 0.0, 0.1, 0.2} << Values{0, 1, 2, 3} << Values{0.0, 0.1 * 1 / 2, 0.1, 0.2};
-    QTest::newRow("empty channel unchanged") << Values{} << Values{} << Values{};
-    QTest::newRow("single entry unchanged") << Values{0.0} << Values{1.0} << Values{0.0};
+        << Values {0.99, 0.0, 0.1, 0.2} << Values {0, 1, 2, 3}
+        << Values {0.0, 0.1 * 1 / 2, 0.1, 0.2};
+    QTest::newRow("empty channel unchanged") << Values {} << Values {} << Values {};
+    QTest::newRow("single entry unchanged") << Values {0.0} << Values {1.0} << Values {0.0};
     QTest::newRow("rising channel unchanged")
-        << Values{1.0, 2.0, 3.0} << Values{0, 1, 2} << Values{1.0, 2.0, 3.0};
+        << Values {1.0, 2.0, 3.0} << Values {0, 1, 2} << Values {1.0, 2.0, 3.0};
     QTest::newRow("zero anchor stops the repair")
-        << Values{5.0, 0.0, 0.0, 0.0} << Values{0, 1, 2, 3} << Values{5.0, 0.0, 0.0, 0.0};
+        << Values {5.0, 0.0, 0.0, 0.0} << Values {0, 1, 2, 3} << Values {5.0, 0.0, 0.0, 0.0};
     QTest::newRow("anchor within 1e-12 of zero stops the repair")
-        << Values{5.0, 1e-13, 1e-13} << Values{0, 1, 2} << Values{5.0, 1e-13, 1e-13};
+        << Values {5.0, 1e-13, 1e-13} << Values {0, 1, 2} << Values {5.0, 1e-13, 1e-13};
     QTest::newRow("left-over values from the previous lap")
-        << Values{4000.0, 4010.0, 4020.0, 10.0, 20.0} << Values{0.0, 0.5, 1.0, 1.5, 2.0}
-        << Values{0.0, 10.0 * 0.5 / 1.5, 10.0 * 1.0 / 1.5, 10.0, 20.0};
+        << Values {4000.0, 4010.0, 4020.0, 10.0, 20.0} << Values {0.0, 0.5, 1.0, 1.5, 2.0}
+        << Values {0.0, 10.0 * 0.5 / 1.5, 10.0 * 1.0 / 1.5, 10.0, 20.0};
     QTest::newRow("entries after the first bad one are kept")
-        << Values{0.0, 2.0, 1.0, 3.0} << Values{0, 1, 2, 3} << Values{0.0, 1.0 * 1 / 2, 1.0, 3.0};
+        << Values {0.0, 2.0, 1.0, 3.0} << Values {0, 1, 2, 3}
+        << Values {0.0, 1.0 * 1 / 2, 1.0, 3.0};
     QTest::newRow("tiny positive value counts as zero")
-        << Values{1e-12, 1.0} << Values{1.0, 2.0} << Values{0.5, 1.0};
+        << Values {1e-12, 1.0} << Values {1.0, 2.0} << Values {0.5, 1.0};
     QTest::newRow("entries only repaired while walking back from the end")
-        << Values{3.0, 0.0, 4.0, 5.0} << Values{1, 2, 4, 5}
-        << Values{4.0 * 1 / 4, 4.0 * 2 / 4, 4.0, 5.0};
+        << Values {3.0, 0.0, 4.0, 5.0} << Values {1, 2, 4, 5}
+        << Values {4.0 * 1 / 4, 4.0 * 2 / 4, 4.0, 5.0};
 }
 
 void tst_Channel::normalizeChannelBeginning()
@@ -238,23 +241,20 @@ void tst_Channel::enforceMonotonicRamp_data()
     QTest::addColumn<Values>("expectedOther");
 
     // The other channel counts samples, so what survives tells which samples were kept.
-    QTest::newRow("wrap at both ends trimmed")
-        << Values{0.99, 0.998, 0.01, 0.5, 0.97, 0.02} << Values{0.01, 0.5, 0.97}
-        << Values{2, 3, 4};
+    QTest::newRow("wrap at both ends trimmed") << Values {0.99, 0.998, 0.01, 0.5, 0.97, 0.02}
+                                               << Values {0.01, 0.5, 0.97} << Values {2, 3, 4};
     QTest::newRow("clean ramp untouched")
-        << Values{0.0, 0.5, 1.0} << Values{0.0, 0.5, 1.0} << Values{0, 1, 2};
+        << Values {0.0, 0.5, 1.0} << Values {0.0, 0.5, 1.0} << Values {0, 1, 2};
     QTest::newRow("first value of exactly 0.95 stays")
-        << Values{0.95, 0.5, 0.9} << Values{0.95, 0.5, 0.9} << Values{0, 1, 2};
+        << Values {0.95, 0.5, 0.9} << Values {0.95, 0.5, 0.9} << Values {0, 1, 2};
     QTest::newRow("last value of exactly 0.05 stays")
-        << Values{0.1, 0.5, 0.05} << Values{0.1, 0.5, 0.05} << Values{0, 1, 2};
+        << Values {0.1, 0.5, 0.05} << Values {0.1, 0.5, 0.05} << Values {0, 1, 2};
     QTest::newRow("NaN first value stops the front loop")
-        << Values{std::nan(""), 0.99, 0.5} << Values{std::nan(""), 0.99, 0.5}
-        << Values{0, 1, 2};
+        << Values {std::nan(""), 0.99, 0.5} << Values {std::nan(""), 0.99, 0.5} << Values {0, 1, 2};
     QTest::newRow("NaN last value stops the back loop")
-        << Values{0.5, 0.01, std::nan("")} << Values{0.5, 0.01, std::nan("")}
-        << Values{0, 1, 2};
+        << Values {0.5, 0.01, std::nan("")} << Values {0.5, 0.01, std::nan("")} << Values {0, 1, 2};
     QTest::newRow("ramp that would empty stops when empty")
-        << Values{0.99, 0.97, 0.96} << Values{} << Values{};
+        << Values {0.99, 0.97, 0.96} << Values {} << Values {};
 }
 
 void tst_Channel::enforceMonotonicRamp()

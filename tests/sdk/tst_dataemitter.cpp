@@ -48,28 +48,28 @@ void tst_DataEmitter::signalsInContractOrder_data()
     QTest::addColumn<QByteArray>("signature");
     QTest::addColumn<QByteArrayList>("parameterNames");
 
-    QTest::newRow("0 connected") << 0 << QByteArray("sendConnected()") << QByteArrayList{};
-    QTest::newRow("1 disconnected") << 1 << QByteArray("sendDisconnected()") << QByteArrayList{};
-    QTest::newRow("2 not connected") << 2 << QByteArray("sendNotConnected()") << QByteArrayList{};
+    QTest::newRow("0 connected") << 0 << QByteArray("sendConnected()") << QByteArrayList {};
+    QTest::newRow("1 disconnected") << 1 << QByteArray("sendDisconnected()") << QByteArrayList {};
+    QTest::newRow("2 not connected") << 2 << QByteArray("sendNotConnected()") << QByteArrayList {};
     QTest::newRow("3 connectivity available")
-        << 3 << QByteArray("sendConnectivityAvailable(bool)") << QByteArrayList{"available"};
-    QTest::newRow("4 telemetry lap") << 4
-                                     << QByteArray("sendTelemetryLap(QSharedPointer<ZUM::SDK::Lap>)")
-                                     << QByteArrayList{"lap"};
+        << 3 << QByteArray("sendConnectivityAvailable(bool)") << QByteArrayList {"available"};
+    QTest::newRow("4 telemetry lap")
+        << 4 << QByteArray("sendTelemetryLap(QSharedPointer<ZUM::SDK::Lap>)")
+        << QByteArrayList {"lap"};
     QTest::newRow("5 telemetry lap header")
         << 5 << QByteArray("sendTelemetryLapHeader(ZUM::SDK::LapHeader)")
-        << QByteArrayList{"header"};
+        << QByteArrayList {"header"};
     QTest::newRow("6 car list changed")
         << 6 << QByteArray("sendCarListChanged(ZUM::SDK::LivePluginInfo)")
-        << QByteArrayList{"pluginInfo"};
+        << QByteArrayList {"pluginInfo"};
     QTest::newRow("7 sample") << 7 << QByteArray("sendSample(ZUM::SDK::Sample)")
-                              << QByteArrayList{"sample"};
+                              << QByteArrayList {"sample"};
     QTest::newRow("8 session info") << 8 << QByteArray("sendSessionInfo(ZUM::SDK::SessionInfo)")
-                                    << QByteArrayList{"sessionInfo"};
+                                    << QByteArrayList {"sessionInfo"};
     QTest::newRow("9 message") << 9 << QByteArray("sendMessage(QString,int)")
-                               << QByteArrayList{"message", "verbose"};
+                               << QByteArrayList {"message", "verbose"};
     QTest::newRow("10 progress") << 10 << QByteArray("sendProgress(int)")
-                                 << QByteArrayList{"percent"};
+                                 << QByteArrayList {"percent"};
 }
 
 void tst_DataEmitter::signalsInContractOrder()
@@ -117,14 +117,18 @@ void tst_DataEmitter::queuedDeliveryAcrossThreads()
     QList<LapHeader> headers;
     QList<LivePluginInfo> carLists;
     QList<Sample> samples;
-    connect(&emitter, &DataEmitter::sendTelemetryLap, &receiver,
-            [&](QSharedPointer<Lap> lap) { laps.append(lap); }, Qt::QueuedConnection);
-    connect(&emitter, &DataEmitter::sendTelemetryLapHeader, &receiver,
-            [&](const LapHeader &header) { headers.append(header); }, Qt::QueuedConnection);
-    connect(&emitter, &DataEmitter::sendCarListChanged, &receiver,
-            [&](const LivePluginInfo &info) { carLists.append(info); }, Qt::QueuedConnection);
-    connect(&emitter, &DataEmitter::sendSample, &receiver,
-            [&](const Sample &sample) { samples.append(sample); }, Qt::QueuedConnection);
+    connect(
+        &emitter, &DataEmitter::sendTelemetryLap, &receiver,
+        [&](QSharedPointer<Lap> lap) { laps.append(lap); }, Qt::QueuedConnection);
+    connect(
+        &emitter, &DataEmitter::sendTelemetryLapHeader, &receiver,
+        [&](const LapHeader &header) { headers.append(header); }, Qt::QueuedConnection);
+    connect(
+        &emitter, &DataEmitter::sendCarListChanged, &receiver,
+        [&](const LivePluginInfo &info) { carLists.append(info); }, Qt::QueuedConnection);
+    connect(
+        &emitter, &DataEmitter::sendSample, &receiver,
+        [&](const Sample &sample) { samples.append(sample); }, Qt::QueuedConnection);
 
     const auto lap = QSharedPointer<Lap>::create();
     lap->header().lapNumber = 3;
@@ -169,8 +173,8 @@ void tst_DataEmitter::messageIsPrefixedWithThePluginName_data()
     QTest::addColumn<QString>("expected");
 
     QTest::newRow("information") << "Import started" << 0 << "[Test plugin] Import started";
-    QTest::newRow("error level passes unchanged") << "IBT import error:  no file" << -2
-                                                  << "[Test plugin] IBT import error:  no file";
+    QTest::newRow("error level passes unchanged")
+        << "IBT import error:  no file" << -2 << "[Test plugin] IBT import error:  no file";
     QTest::newRow("empty text") << "" << 0 << "[Test plugin] ";
     QTest::newRow("any other level passes unchanged") << "x" << 7 << "[Test plugin] x";
 }

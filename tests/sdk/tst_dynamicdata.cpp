@@ -140,12 +140,12 @@ void tst_DynamicData::valueNameList_data()
     QTest::addColumn<QStringList>("sorted");
 
     QTest::newRow("upper case sorts before lower case")
-        << QStringList{"b", "a", "B"} << QStringList{"B", "a", "b"};
-    QTest::newRow("empty map gives empty list") << QStringList{} << QStringList{};
-    QTest::newRow("prefixes sort first")
-        << QStringList{"lapdistpct", "lap", "lapdist"} << QStringList{"lap", "lapdist", "lapdistpct"};
+        << QStringList {"b", "a", "B"} << QStringList {"B", "a", "b"};
+    QTest::newRow("empty map gives empty list") << QStringList {} << QStringList {};
+    QTest::newRow("prefixes sort first") << QStringList {"lapdistpct", "lap", "lapdist"}
+                                         << QStringList {"lap", "lapdist", "lapdistpct"};
     QTest::newRow("digits and underscore by code unit")
-        << QStringList{"a_b", "a1", "aB", "ab"} << QStringList{"a1", "aB", "a_b", "ab"};
+        << QStringList {"a_b", "a1", "aB", "ab"} << QStringList {"a1", "aB", "a_b", "ab"};
 }
 
 void tst_DynamicData::valueNameList()

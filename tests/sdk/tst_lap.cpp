@@ -197,14 +197,14 @@ void tst_Lap::sizeReadsOneChannel()
     QCOMPARE(lap.size(), 0);
     lap.addSample(sampleWith({{"a", 1.0, ""}}));
     lap.addSample(sampleWith({{"a", 2.0, ""}}));
-    lap.addCalculatedChannel(QSharedPointer<Channel>(new Channel{1.0}), QStringLiteral("dt"));
+    lap.addCalculatedChannel(QSharedPointer<Channel>(new Channel {1.0}), QStringLiteral("dt"));
     QCOMPARE(lap.size(), 2); // recorded channels first
 }
 
 void tst_Lap::sizeWithOnlyCalculatedChannels()
 {
     Lap lap;
-    lap.addCalculatedChannel(QSharedPointer<Channel>(new Channel{1.0, 2.0, 3.0}),
+    lap.addCalculatedChannel(QSharedPointer<Channel>(new Channel {1.0, 2.0, 3.0}),
                              QStringLiteral("dt"));
     QCOMPARE(lap.size(), 3);
     QVERIFY(!lap.isEmpty());

@@ -24,24 +24,30 @@ void tst_UniqueFileName::generateUniqueFileName_data()
     QTest::addColumn<QString>("fileName");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("empty folder keeps the name") << QStringList{} << "lap.csv" << "lap.csv";
-    QTest::newRow("taken name gets a counter") << QStringList{"lap.csv"} << "lap.csv" << "lap_1.csv";
+    QTest::newRow("empty folder keeps the name") << QStringList {} << "lap.csv"
+                                                 << "lap.csv";
+    QTest::newRow("taken name gets a counter") << QStringList {"lap.csv"} << "lap.csv"
+                                               << "lap_1.csv";
     QTest::newRow("counter skips taken numbers")
-        << QStringList{"lap.csv", "lap_1.csv"} << "lap.csv" << "lap_2.csv";
+        << QStringList {"lap.csv", "lap_1.csv"} << "lap.csv"
+        << "lap_2.csv";
     QTest::newRow("gap in the counters is filled")
-        << QStringList{"lap.csv", "lap_2.csv"} << "lap.csv" << "lap_1.csv";
-    QTest::newRow("middle part of the name is dropped")
-        << QStringList{} << "data.tar.gz" << "data.gz";
-    QTest::newRow("name without a dot gets a trailing dot") << QStringList{} << "notes" << "notes.";
-    QTest::newRow("file without a dot is never a collision")
-        << QStringList{"notes"} << "notes" << "notes.";
-    QTest::newRow("comparison is case-sensitive")
-        << QStringList{"LAP.csv"} << "lap.csv" << "lap.csv";
-    QTest::newRow("folder part of the name is dropped")
-        << QStringList{} << "sub/dir/lap.csv" << "lap.csv";
-    QTest::newRow("other suffix is no collision") << QStringList{"lap.json"} << "lap.csv" << "lap.csv";
-    QTest::newRow("a folder of that name is no collision")
-        << QStringList{"lap.csv/"} << "lap.csv" << "lap.csv";
+        << QStringList {"lap.csv", "lap_2.csv"} << "lap.csv"
+        << "lap_1.csv";
+    QTest::newRow("middle part of the name is dropped") << QStringList {} << "data.tar.gz"
+                                                        << "data.gz";
+    QTest::newRow("name without a dot gets a trailing dot") << QStringList {} << "notes"
+                                                            << "notes.";
+    QTest::newRow("file without a dot is never a collision") << QStringList {"notes"} << "notes"
+                                                             << "notes.";
+    QTest::newRow("comparison is case-sensitive") << QStringList {"LAP.csv"} << "lap.csv"
+                                                  << "lap.csv";
+    QTest::newRow("folder part of the name is dropped") << QStringList {} << "sub/dir/lap.csv"
+                                                        << "lap.csv";
+    QTest::newRow("other suffix is no collision") << QStringList {"lap.json"} << "lap.csv"
+                                                  << "lap.csv";
+    QTest::newRow("a folder of that name is no collision") << QStringList {"lap.csv/"} << "lap.csv"
+                                                           << "lap.csv";
 }
 
 void tst_UniqueFileName::generateUniqueFileName()
