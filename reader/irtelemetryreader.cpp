@@ -1,0 +1,871 @@
+#include "irtelemetryreader.h"
+
+#include "carstatus.h"
+#include "channelutils.h"
+#include "session.h"
+
+#include <QColor>
+#include <QDateTime>
+#include <QDebug>
+#include <QMap>
+#include <QTime>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+
+using ZUM::SDK::CarStatus;
+using ZUM::SDK::Channel;
+using ZUM::SDK::DynamicData;
+using ZUM::SDK::Lap;
+using ZUM::SDK::Sample;
+using ZUM::SDK::Session;
+using ZUM::SDK::Value;
+
+namespace {
+
+// Track names and cities that arrive with a blank where an accented letter belongs.
+const QMap<QString, QString> diacriticFixes = {
+    {QStringLiteral("Aut dromo Jos  Carlos Pace"), QStringLiteral("Autódromo José Carlos Pace")},
+    {QStringLiteral("S o Paulo"), QStringLiteral("São Paulo")},
+};
+
+// Lap times that cannot be trusted.
+constexpr float untrustedLapTime = 3599.0f;
+
+// A variable of the tick, or the default when the sample lacks it or holds no valid value.
+const Value *validValue(const DynamicData &values, const QString &name)
+{
+    const Value *value = values.find(name);
+    return value && value->isValid() ? value : nullptr;
+}
+
+float readFloat(const DynamicData &values, const QString &name, float fallback)
+{
+    const Value *value = validValue(values, name);
+    return value ? value->toFloat() : fallback;
+}
+
+int readInt(const DynamicData &values, const QString &name, int fallback)
+{
+    const Value *value = validValue(values, name);
+    return value ? value->toInt() : fallback;
+}
+
+bool readBool(const DynamicData &values, const QString &name, bool fallback)
+{
+    const Value *value = validValue(values, name);
+    return value ? value->toBool() : fallback;
+}
+
+// The session kind that a session type text of the session text names; Unknown otherwise.
+Session sessionOfType(const QString &type)
+{
+    if (type == QLatin1String("Race"))
+        return Session::Race;
+    if (type == QLatin1String("Offline testing"))
+        return Session::Test;
+    if (type == QLatin1String("Qualify"))
+        return Session::Qualify;
+    if (type == QLatin1String("Practice"))
+        return Session::Practice;
+    if (type == QLatin1String("Warmup"))
+        return Session::Warmup;
+    return Session::Unknown;
+}
+
+std::string sessionPath(int sessionNum)
+{
+    return "SessionInfo/Sessions/" + std::to_string(sessionNum);
+}
+
+// A text that is stored even when the session text lacks it: then empty, never null.
+QString textOf(const QString &value)
+{
+    return value.isNull() ? QStringLiteral("") : value;
+}
+
+// Channel entry i, or the invalid marker past the end of a channel left short by a sample.
+double at(const Channel &channel, qint64 i)
+{
+    return i < channel.size() ? channel.value(i) : ZUM::SDK::InvalidValue;
+}
+
+// A descriptor's text field, which the file does not promise to terminate.
+QString fieldText(const char *field, size_t capacity)
+{
+    return QString::fromUtf8(field, qsizetype(qstrnlen(field, capacity)));
+}
+
+// Reads element i of a descriptor; an invalid variant for a type code the format lacks.
+QVariant readElement(const char *record, const irsdk_varHeader &descriptor, int i)
+{
+    const char *at = record + descriptor.offset + qint64(i) * irsdk_varTypeSize(descriptor.type);
+    switch (descriptor.type) {
+    case irsdk_char: {
+        int8_t value;
+        std::memcpy(&value, at, sizeof value);
+        return QVariant(int(value));
+    }
+    case irsdk_bool:
+        return QVariant(*at != 0);
+    case irsdk_int:
+    case irsdk_bitField: {
+        int32_t value;
+        std::memcpy(&value, at, sizeof value);
+        return QVariant(int(value));
+    }
+    case irsdk_float: {
+        float value;
+        std::memcpy(&value, at, sizeof value);
+        return QVariant(value);
+    }
+    case irsdk_double: {
+        double value;
+        std::memcpy(&value, at, sizeof value);
+        return QVariant(value);
+    }
+    default:
+        return QVariant();
+    }
+}
+
+// How many elements of the descriptor a record holds: a char array gives only its first
+// character; a descriptor of unknown type, or reaching outside the record, gives none.
+int readableElements(const irsdk_varHeader &descriptor, qint64 recordLength)
+{
+    const int size = irsdk_varTypeSize(descriptor.type);
+    const qint64 count = descriptor.type == irsdk_char ? 1 : descriptor.count;
+    if (size == 0 || count <= 0 || descriptor.offset < 0)
+        return 0;
+    if (descriptor.offset + count * size > recordLength)
+        return 0;
+    return int(count);
+}
+
+} // namespace
+
+iRTelemetryReader::iRTelemetryReader(Mode mode)
+    : m_mode(mode)
+    , m_myCarOnly(mode == MyCarOnly)
+{
+    m_samples.resize(m_myCarOnly ? 1 : m_maxCars);
+    m_cars.resize(64);
+    m_carInfos.resize(m_maxCars);
+    for (RecorderCar &car : m_cars)
+        car.useLapDistance = m_myCarOnly;
+}
+
+QList<Sample> iRTelemetryReader::getRawData(const irsdk_header *header,
+                                            const irsdk_varHeader *varHeaders, const char *record)
+{
+    QList<Sample> samples(m_myCarOnly ? 1 : m_maxCars);
+    retrieveRawData(header, varHeaders, record, samples);
+    return samples;
+}
+
+void iRTelemetryReader::recordRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders,
+                                      const char *record)
+{
+    retrieveRawData(header, varHeaders, record, m_samples);
+}
+
+void iRTelemetryReader::learnVariables(const irsdk_header *header,
+                                       const irsdk_varHeader *varHeaders)
+{
+    const int count = qMax(header->numVars, 0);
+    m_names.reserve(count);
+    m_units.reserve(count);
+    m_perCar.reserve(count);
+    m_perCarNames.reserve(count);
+    for (int v = 0; v < count; ++v) {
+        const irsdk_varHeader &descriptor = varHeaders[v];
+        const QString name = fieldText(descriptor.name, sizeof descriptor.name).toLower();
+        const QString unit = fieldText(descriptor.unit, sizeof descriptor.unit);
+        m_names.append(name);
+        m_units.append(unit == QLatin1String("%") ? QStringLiteral("pu") : unit);
+        m_perCar.append(name.startsWith(m_carIdxKey));
+        m_perCarNames.append(name.mid(m_carIdxKey.size()));
+    }
+}
+
+void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
+                                        const irsdk_varHeader *varHeaders, const char *record,
+                                        QList<Sample> &samples)
+{
+    // Names and units are converted once per file; every record is decoded with them.
+    if (m_names.isEmpty())
+        learnVariables(header, varHeaders);
+
+    const qint64 recordLength = header->bufLen;
+    const int variables = int(qMin<qint64>(qMax(header->numVars, 0), m_names.size()));
+    const int mine = m_myCarIdx;
+    for (int v = 0; v < variables; ++v) {
+        const irsdk_varHeader &descriptor = varHeaders[v];
+        const int elements = readableElements(descriptor, recordLength);
+        const bool perCar = !m_myCarOnly && m_perCar[v];
+        for (int i = 0; i < elements; ++i) {
+            if (perCar) {
+                // Element i belongs to car i. In a live recording the player's element is
+                // left out: the player's values come from the scalar variables.
+                if ((i == mine && m_simMode == 0) || i >= samples.size())
+                    continue;
+                samples[i].dynamicData.setValue(
+                    m_perCarNames[v], Value(readElement(record, descriptor, i), m_units[v]));
+                continue;
+            }
+            if (mine < 0)
+                continue;
+            const int target = m_myCarOnly ? 0 : mine;
+            if (target >= samples.size())
+                continue;
+            // An array that is not per car keeps its last element under the one name.
+            samples[target].dynamicData.setValue(
+                m_names[v], Value(readElement(record, descriptor, i), m_units[v]));
+        }
+    }
+
+    if (m_myCarOnly || mine < 0 || mine >= samples.size())
+        return;
+
+    // Other cars carry no clock of their own: they take the player's.
+    const ZUM::SDK::DynamicData &player = samples[mine].dynamicData;
+    const Value sessionTime = player.value(m_sessionTimeKey);
+    const Value sessionTimeRemain = player.value(m_sessionTimeRemainKey);
+    const QVariant sessionTick(player.value(m_sessionTickKey).toULongLong());
+    for (int c = 0; c < samples.size(); ++c) {
+        if (c == mine)
+            continue;
+        ZUM::SDK::DynamicData &values = samples[c].dynamicData;
+        values.setValue(m_sessionTimeKey, sessionTime);
+        values.setValue(m_sessionTimeRemainKey, sessionTimeRemain);
+        values.setValue(m_sessionTickKey, sessionTick, QStringLiteral(""));
+    }
+}
+
+void iRTelemetryReader::setYaml(const char *text)
+{
+    TYamlTree::setYaml(text);
+    if (m_simMode != -1)
+        return;
+    const TStringTree *weekend = sub("WeekendInfo");
+    if (!weekend)
+        return;
+    m_simMode = weekend->value("SimMode") == QLatin1String("replay") ? 1 : 0;
+}
+
+bool iRTelemetryReader::updateCarList()
+{
+    m_myCarIdx = -1;
+    if (const TStringTree *driverInfo = sub("DriverInfo")) {
+        bool ok = false;
+        const int index = driverInfo->value("DriverCarIdx").toInt(&ok);
+        if (ok)
+            m_myCarIdx = index;
+    }
+
+    const TStringTree *drivers = pathSub("DriverInfo/Drivers");
+    if (drivers) {
+        bool changed = false;
+        for (int i = 0; i < m_cars.size(); ++i) {
+            RecorderCar &car = m_cars[i];
+            const QString index = QString::number(i);
+            car.sample.carId = index;
+            const bool mine = i == m_myCarIdx;
+            car.detailedTelemetry = mine;
+            car.sample.detailedTelemetry = mine;
+
+            const TStringTree *driver = drivers->sub(index.toStdString());
+            if (!driver || i >= m_carInfos.size())
+                continue;
+            RecorderCarInfo &info = m_carInfos[i];
+            const auto update = [&changed](QString &field, const QString &text) {
+                if (field != text) {
+                    field = text;
+                    changed = true;
+                }
+            };
+            update(info.driverName, driver->value("UserName"));
+            update(info.teamName, driver->value("TeamName"));
+            update(info.carName, driver->value("CarScreenName"));
+            update(info.className, driver->value("CarClassShortName"));
+        }
+        if (changed)
+            return true;
+    }
+
+    for (const RecorderCar &car : m_cars) {
+        if (car.current.status != car.previous.status)
+            return true;
+    }
+    return false;
+}
+
+qint32 iRTelemetryReader::status(int carIdx) const
+{
+    return qint32(m_cars[carIdx].current.status);
+}
+
+// ---- Tick processing -------------------------------------------------------------------------
+
+void iRTelemetryReader::initialize()
+{
+    m_myCarIdx = -1;
+    m_myCarOnly = false;
+    m_sessionKey = 0;
+    m_lastSessionKey = 0;
+    m_simMode = -1;
+}
+
+void iRTelemetryReader::prepareTick()
+{
+    for (RecorderCar &car : m_cars)
+        car.prepareTick();
+    m_lastSessionKey = m_sessionKey;
+}
+
+bool iRTelemetryReader::isSessionRestarted() const
+{
+    if (m_lastSessionKey != m_sessionKey)
+        return true;
+    for (const RecorderCar &car : m_cars) {
+        if (car.current.sessionNum >= 0 && car.previous.sessionNum >= 0
+            && car.current.sessionNum != car.previous.sessionNum)
+            return true;
+    }
+    return false;
+}
+
+bool iRTelemetryReader::isCarInWorld(int carIdx) const
+{
+    return double(m_cars[carIdx].current.lapDistPct) > -0.2;
+}
+
+void iRTelemetryReader::processRawData(QList<Sample> samples)
+{
+    // The tick's samples go to the cars they belong to.
+    if (m_myCarOnly) {
+        if (isValidCar(m_myCarIdx) && !samples.isEmpty())
+            m_cars[m_myCarIdx].sample = std::move(samples[0]);
+    } else {
+        const qsizetype count
+            = qMin<qsizetype>(qMin<qsizetype>(m_maxCars, samples.size()), m_cars.size());
+        for (qsizetype i = 0; i < count; ++i)
+            m_cars[i].sample = std::move(samples[i]);
+    }
+
+    // The player's session number drives the session look-ups of every car; a change of it
+    // between two ticks is a restart.
+    int playerSession = -1;
+    if (isValidCar(m_myCarIdx)) {
+        RecorderCar &mine = m_cars[m_myCarIdx];
+        playerSession = readInt(mine.sample.dynamicData, m_sessionNumKey, -1);
+        mine.current.sessionNum = playerSession;
+    }
+
+    const bool restarted = isSessionRestarted();
+    if (m_cars.isEmpty())
+        return;
+
+    for (int c = 0; c < m_cars.size(); ++c) {
+        if (c >= m_carInfos.size() || m_carInfos[c].driverName.isEmpty())
+            continue;
+        RecorderCar &car = m_cars[c];
+        const DynamicData &values = car.sample.dynamicData;
+
+        car.current.lapDistPct = readFloat(values, m_lapDistPctKey, -1.0f);
+        car.current.lapDist = readFloat(values, m_lapDistKey, -1.0f);
+        car.current.sessionState = readInt(values, m_sessionStateKey, 0);
+        car.current.speed = readFloat(values, m_speedKey, -1.0f);
+
+        // A car whose tick counter did not move has no new data. Files without a tick
+        // counter (the oldest format) count every record as new.
+        if (const Value *tick = validValue(values, m_sessionTickKey)) {
+            car.current.sessionTick = tick->toULongLong();
+            if (car.current.sessionTick == car.previous.sessionTick)
+                continue;
+        }
+
+        if (!(double(car.current.lapDistPct) > -0.5)) {
+            car.current.status = CarStatus::NotInWorld;
+            continue;
+        }
+
+        bool inPitStall = false;
+        bool onPitRoad = false;
+        bool onTrack = false;
+        if (c != m_myCarIdx) {
+            if (playerSession < 0)
+                continue;
+            readOtherCar(c, playerSession, inPitStall, onPitRoad, onTrack);
+        } else {
+            readPlayerCar(c, inPitStall, onPitRoad, onTrack);
+        }
+
+        readSessionType(car, playerSession);
+        car.updateCarStatus(inPitStall, onPitRoad, onTrack);
+
+        if (car.isLapAborted()) {
+            car.current.lapAborted = true;
+            processLap(c, false);
+            continue;
+        }
+        car.current.lapAborted = false;
+
+        if (restarted) {
+            processLap(c, false);
+            continue;
+        }
+        if (car.current.lapCompleted) {
+            processLap(c, true);
+            continue;
+        }
+        if (car.current.status == CarStatus::WaitingForStart)
+            continue;
+
+        if (joinsLapUnderWay(car) && replayPlaysAtNormalSpeed(car))
+            car.lap->addSample(car.sample);
+    }
+}
+
+// Other cars carry few variables: their lap comes from the session's results, their pit
+// state from the pit-road flag alone.
+void iRTelemetryReader::readOtherCar(int carIdx, int playerSession, bool &inPitStall,
+                                     bool &onPitRoad, bool &onTrack)
+{
+    RecorderCar &car = m_cars[carIdx];
+    const DynamicData &values = car.sample.dynamicData;
+
+    car.current.lap = -1;
+    const TStringTree *session = pathSub(sessionPath(playerSession));
+    const TStringTree *results = session ? session->sub("ResultsPositions") : nullptr;
+    for (int position = 1; results && position <= m_cars.size(); ++position) {
+        const TStringTree *entry = results->sub(std::to_string(position));
+        if (!entry)
+            continue;
+        bool ok = false;
+        if (entry->value("CarIdx").toInt(&ok) != carIdx || !ok)
+            continue;
+        const int lapsComplete = entry->value("LapsComplete").toInt(&ok);
+        car.current.lap = ok ? lapsComplete + 1 : 1;
+        car.current.lastLapTime = entry->value("LastTime").toFloat();
+        break;
+    }
+    if (car.current.lap == -1) {
+        if (const Value *lapCompleted = validValue(values, m_lapCompletedKey))
+            car.current.lap = lapCompleted->toInt() + 1;
+        car.current.lastLapTime = readFloat(values, m_lastLapTimeKey, -1.0f);
+    }
+
+    // Without a pit-road flag the car is taken as on pit road; standing still there, it is
+    // in its stall.
+    onPitRoad = readBool(values, m_onPitRoadKey, true);
+    const float moved = car.current.lapDistPct - car.previous.lapDistPct;
+    inPitStall = onPitRoad && std::abs(double(moved)) < 0.001;
+    onTrack = !onPitRoad;
+}
+
+void iRTelemetryReader::readPlayerCar(int carIdx, bool &inPitStall, bool &onPitRoad, bool &onTrack)
+{
+    RecorderCar &car = m_cars[carIdx];
+    const DynamicData &values = car.sample.dynamicData;
+
+    car.current.lap = readInt(values, m_lapKey, -1);
+
+    // A replay says where the player's car stands; a live recording only whether it is on
+    // track, and a car that is not is taken as sitting in its stall.
+    const bool inStall = m_simMode != 0 ? readBool(values, m_playerCarInPitStallKey, true)
+                                        : !readBool(values, m_isOnTrackKey, false);
+    if (inStall) {
+        inPitStall = true;
+        onPitRoad = false;
+        onTrack = false;
+        return;
+    }
+    onPitRoad = readBool(values, m_onPitRoadKey, false);
+    car.current.lastLapTime
+        = readFloat(values, m_simMode == 1 ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
+    car.current.lapTime = readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
+    inPitStall = false;
+    onTrack = !onPitRoad;
+}
+
+// Until the session text names the kind of the running session it is looked up every tick.
+void iRTelemetryReader::readSessionType(RecorderCar &car, int playerSession) const
+{
+    if (car.current.sessionType != Session::Unknown)
+        return;
+    car.current.sessionType = sessionOfType(pathValue(sessionPath(playerSession) + "/SessionType"));
+}
+
+// Whether the tick's sample joins the lap under way. A sample taken past the line before the
+// lap's completion verdict belongs to the next lap and is parked there.
+bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
+{
+    const CarStatus status = car.current.status;
+    if (car.lap->isEmpty() && (status == CarStatus::InPitStall || status == CarStatus::InPitLane))
+        return false;
+    if (const Value *speed = validValue(car.sample.dynamicData, m_speedKey);
+        speed && speed->toDouble() < 1.0)
+        return false;
+
+    DynamicData &header = car.lap->header().dynamicData;
+    const float fraction = car.current.lapDistPct;
+    const Value *maximum = header.find(m_maxLapDistPctKey);
+    if (!maximum || maximum->toFloat() < fraction) {
+        header.setValue(m_maxLapDistPctKey, QVariant(fraction), QString());
+        return true;
+    }
+    const double highest = maximum->toFloat();
+    if (highest > 0.9 && highest - double(fraction) > 0.5) {
+        car.nextLap->addSample(car.sample);
+        return false;
+    }
+    return true;
+}
+
+// A replay that is not played at normal speed skips or repeats ticks: the lap under way can
+// no longer be trusted and is dropped.
+bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
+{
+    if (m_simMode != 1 || !car.detailedTelemetry)
+        return true;
+    const Value *speed = validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
+    if (!speed || std::abs(speed->toDouble() - 1.0) <= 0.001)
+        return true;
+    if (!car.lap->isEmpty()) {
+        car.lap->clear();
+        car.nextLap->clear();
+        car.current.status = CarStatus::OutLap;
+        qDebug() << "Replay lap aborted";
+    }
+    return false;
+}
+
+// ---- Lap completion --------------------------------------------------------------------------
+
+void iRTelemetryReader::processLap(int carIdx, bool completed)
+{
+    RecorderCar &car = m_cars[carIdx];
+    car.startLapPending = true;
+    Lap *lap = car.lap.data();
+    if (lap->isEmpty())
+        return;
+    ZUM::SDK::LapHeader &header = lap->header();
+
+    if (car.previous.status == CarStatus::OutLap)
+        header.flyingLap = 0;
+    else if (car.previous.status == CarStatus::FlyingLap)
+        header.flyingLap = 1;
+
+    // Out laps outside races, laps not completed and laps without a time get no real time.
+    float time = car.current.lastLapTime;
+    if (time < 0 || std::abs(double(time)) <= 0.00001 || !completed
+        || (header.flyingLap == 0 && car.current.sessionType != Session::Race))
+        time = untrustedLapTime;
+    car.current.lastLapTime = time;
+    header.lapTime = QTime(0, 0, 0, 0).addMSecs(int(time * 1000.0f));
+    header.lapId = car.previous.lapId;
+    header.stintId = car.previous.stintId;
+
+    // The tick that ended the lap is already in current: the lap's own numbers are previous's.
+    if (completed) {
+        header.lapNumber = car.previous.lap > 0 ? car.previous.lap - 1 : 0;
+        header.lapInStint = car.previous.lapInStint;
+    } else {
+        if (car.current.lap == 0 && car.current.lapInStint >= 1) {
+            const QSharedPointer<Channel> lapChannel = lap->channel(m_lapKey);
+            if (lapChannel && !lapChannel->isEmpty())
+                car.current.lap = int(std::trunc(lapChannel->value(0)));
+        }
+        if (m_myCarOnly) {
+            header.lapNumber = car.current.lap;
+            header.lapInStint = car.current.lapInStint;
+        } else {
+            header.lapNumber = qMax(car.previous.lap, 0);
+            header.lapInStint = car.previous.lapInStint;
+        }
+    }
+    header.stint = car.previous.stint;
+    header.completed = completed;
+    header.carInfo.detailedTelemetry = car.detailedTelemetry;
+    header.dateTime = QDateTime::currentDateTime();
+    header.dynamicData.removeValue(m_maxLapDistPctKey);
+
+    getSessionInfo(carIdx, lap);
+    cleanupLap(carIdx);
+    preprocessLap(carIdx);
+    for (const char *name :
+         {"lapcurrentlaptime", "energybatterytomgu_klap", "energymgu_klapdeploypct"})
+        normalizeChannelBeginning(carIdx, QString::fromLatin1(name));
+}
+
+void iRTelemetryReader::processMyLap(bool completed)
+{
+    if (isValidCar(m_myCarIdx))
+        processLap(m_myCarIdx, completed);
+}
+
+bool iRTelemetryReader::isMyLapReady() const
+{
+    return isValidCar(m_myCarIdx) && m_cars[m_myCarIdx].startLapPending;
+}
+
+QSharedPointer<Lap> iRTelemetryReader::myLap() const
+{
+    return isValidCar(m_myCarIdx) ? m_cars[m_myCarIdx].lap : QSharedPointer<Lap>();
+}
+
+// A replay's lap clock runs with the replay, not with the lap.
+void iRTelemetryReader::cleanupLap(int carIdx)
+{
+    if (m_simMode == 1)
+        m_cars[carIdx].lap->removeRecordedChannel(m_lapCurrentLapTimeKey);
+}
+
+// ---- Lap post-processing ---------------------------------------------------------------------
+
+void iRTelemetryReader::preprocessLap(int carIdx)
+{
+    Lap &lap = *m_cars[carIdx].lap;
+    DynamicData &header = lap.header().dynamicData;
+
+    // Heading relative to north. Dropped from the header so that it cannot apply twice.
+    const double yawOffset = header.value(QStringLiteral("yawOffset")).toDouble();
+    if (const QSharedPointer<Channel> yaw = lap.channel(QStringLiteral("Yaw"))) {
+        for (qint64 i = 0; i < yaw->size(); ++i)
+            yaw->setValue(i, yaw->value(i) + yawOffset);
+    }
+    header.removeValue(QStringLiteral("yawOffset"));
+
+    const QSharedPointer<Channel> fuelLevel = lap.channel(QStringLiteral("fuellevel"));
+    const double kgPerLitre = header.value(QStringLiteral("Kg per fuel litre")).toDouble();
+    if (fuelLevel && std::abs(kgPerLitre) > 1e-12) {
+        auto fuelWeight = QSharedPointer<Channel>::create();
+        fuelWeight->setUnit(QStringLiteral("kg"));
+        fuelWeight->reserve(fuelLevel->size());
+        for (qint64 i = 0; i < fuelLevel->size(); ++i)
+            fuelWeight->append(kgPerLitre * fuelLevel->value(i));
+        lap.addChannel(fuelWeight, QStringLiteral("fuelweight"));
+    }
+
+    // Outside replays the player's car records its own timing; other cars' laps and replays
+    // have it rebuilt from the session clock and the lap fraction.
+    if (carIdx == m_myCarIdx && m_simMode != 1)
+        return;
+    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey);
+    const QSharedPointer<Channel> sessionTime = lap.channel(m_sessionTimeKey);
+    if (!fraction || !sessionTime)
+        return;
+    const int n = int(sessionTime->size());
+
+    auto dt = QSharedPointer<Channel>::create();
+    dt->reserve(n);
+    for (int i = 0; i < n; ++i) {
+        if (i < n - 1)
+            dt->append(sessionTime->value(i + 1) - sessionTime->value(i));
+        else
+            dt->append(n >= 2 ? dt->value(n - 2) : 0.0);
+    }
+
+    if (n > 0 && at(*fraction, 0) < 0.01) {
+        auto lapTime = QSharedPointer<Channel>::create();
+        lapTime->reserve(n);
+        double elapsed = 0.0;
+        for (int i = 0; i < n; ++i) {
+            lapTime->append(elapsed);
+            elapsed += dt->value(i);
+        }
+        lap.addChannel(lapTime, m_lapCurrentLapTimeKey);
+    }
+
+    const Value trackLength = header.value(QStringLiteral("Track length"));
+    if (m_simMode == 0 && trackLength.isValid()) {
+        const double metresPerLap = trackLength.toDouble() * 1000.0;
+        auto distance = QSharedPointer<Channel>::create();
+        distance->setUnit(QStringLiteral("m"));
+        auto speed = QSharedPointer<Channel>::create();
+        speed->setUnit(QStringLiteral("m/") + sessionTime->unit());
+        distance->reserve(n);
+        speed->reserve(n);
+        for (int i = 0; i < n; ++i)
+            distance->append(at(*fraction, i) * metresPerLap);
+        for (int i = 0; i < n; ++i) {
+            if (i < n - 1)
+                speed->append((distance->value(i + 1) - distance->value(i)) / dt->value(i));
+            else
+                speed->append(n >= 2 ? speed->value(n - 2) : 0.0);
+        }
+
+        // A single sample that jumps against the trend of its neighbours is a glitch of the
+        // differencing, not the car: it is replaced by their mean.
+        for (int i = 1; n >= 3 && i <= n - 2; ++i) {
+            const double rise = speed->value(i) - speed->value(i - 1);
+            const double fall = speed->value(i + 1) - speed->value(i);
+            const bool reverses = rise * fall < 0;
+            const bool large = std::abs(rise) + std::abs(fall) > 5.0 * std::abs(rise + fall);
+            if (reverses && large && (rise > 5.0 || fall > 5.0)) {
+                qDebug() << "peak detected" << i << speed->value(i - 1) << speed->value(i)
+                         << speed->value(i + 1);
+                speed->setValue(i, (speed->value(i - 1) + speed->value(i + 1)) * 0.5);
+                qDebug() << "peak fixed" << speed->value(i);
+            }
+        }
+        lap.addChannel(speed, m_speedKey);
+        lap.addChannel(distance, m_lapDistKey);
+    }
+    lap.addChannel(dt, QStringLiteral("dt"));
+}
+
+void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &name)
+{
+    const Lap &lap = *m_cars[carIdx].lap;
+    const QSharedPointer<Channel> channel = lap.channel(name);
+    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey);
+    // The repair reads the fraction beside every entry of the channel.
+    if (channel && fraction && fraction->size() >= channel->size())
+        ZUM::SDK::ChannelUtils::normalizeChannelBeginning(channel.data(), fraction.data());
+}
+
+// ---- Session information ---------------------------------------------------------------------
+
+QUuid iRTelemetryReader::sessionId(const QString &digits)
+{
+    // Only up to 32 decimal digits make a UUID; the UUID parser itself would also take hex
+    // letters and ignore what follows the 32nd digit.
+    const bool decimal = std::all_of(digits.cbegin(), digits.cend(),
+                                     [](QChar c) { return c >= u'0' && c <= u'9'; });
+    if (digits.size() > 32 || !decimal)
+        return QUuid();
+    QString text = digits.rightJustified(32, QLatin1Char('0'));
+    for (int position : {8, 13, 18, 23})
+        text.insert(position, QLatin1Char('-'));
+    return QUuid::fromString(text);
+}
+
+void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
+{
+    ZUM::SDK::LapHeader &header = lap->header();
+    DynamicData &values = header.dynamicData;
+    const QString empty = QStringLiteral("");
+    header.carInfo.carId = QString::number(carIdx);
+
+    if (const TStringTree *weekend = sub("WeekendInfo")) {
+        header.trackName = weekend->value("TrackDisplayName");
+        const QString session = weekend->value("SessionID") + weekend->value("SubSessionID");
+        m_sessionKey = session.toULongLong();
+        header.sessionId = sessionId(session);
+        header.trackConfigName = weekend->value("TrackConfigName");
+
+        const std::pair<const char *, const char *> texts[] = {
+            {"Track short name", "TrackDisplayShortName"},
+            {"Track city", "TrackCity"},
+            {"Track country", "TrackCountry"},
+            {"Track turns", "TrackNumTurns"},
+            {"Skies", "TrackSkies"},
+            {"Official", "Official"},
+            {"Category", "Category"},
+        };
+        for (const auto &[name, key] : texts)
+            values.setValue(QString::fromLatin1(name), textOf(weekend->value(key)), empty);
+
+        // Numbers that carry the simulator's own unit after a blank, such as "3.70 km".
+        const std::tuple<const char *, const char *, bool> measures[] = {
+            {"Track length", "TrackLength", true},
+            {"Track surface temperature", "TrackSurfaceTemp", true},
+            {"Air temperature", "TrackAirTemp", true},
+            {"Weekend temperature", "WeekendOptions/WeatherTemp", true},
+            {"YawOffset", "TrackNorthOffset", false},
+        };
+        for (const auto &[name, path, keepUnit] : measures) {
+            const QStringList pieces
+                = weekend->pathValue(path).simplified().split(QLatin1Char(' '));
+            const QString unit = keepUnit && pieces.size() >= 2 ? pieces[1] : empty;
+            values.setValue(QString::fromLatin1(name), pieces[0].toDouble(), unit);
+        }
+    }
+
+    const TStringTree *driverInfo = sub("DriverInfo");
+    if (driverInfo && carIdx == m_myCarIdx) {
+        const double maxLitres = driverInfo->value("DriverCarFuelMaxLtr").toDouble();
+        const double maxFraction = driverInfo->value("DriverCarMaxFuelPct").toDouble();
+        const double kgPerLitre = driverInfo->value("DriverCarFuelKgPerLtr").toDouble();
+        values.setValue(QStringLiteral("Maximum fuel level"), maxLitres * maxFraction,
+                        QStringLiteral("l"));
+        values.setValue(QStringLiteral("Maximum fuel percent"), maxFraction, QStringLiteral("pu"));
+        if (std::abs(kgPerLitre) > 1e-12) {
+            values.setValue(QStringLiteral("Kg per fuel litre"), kgPerLitre, empty);
+            values.setValue(QStringLiteral("Maximum fuel weight"),
+                            maxLitres * maxFraction * kgPerLitre, QStringLiteral("kg"));
+        }
+
+        // The set-up's fuel level tells whether the driver thinks in litres or kilograms.
+        const QString fuel = pathValue("CarSetup/Chassis/Rear/FuelLevel");
+        if (!fuel.isEmpty()) {
+            const QStringList pieces
+                = fuel.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+            if (pieces.size() == 2)
+                values.setValue(QStringLiteral("Preferred fuel unit"),
+                                pieces[1] == QLatin1String("kg") ? QStringLiteral("weight")
+                                                                 : QStringLiteral("volume"),
+                                empty);
+        }
+
+        const TStringTree *aero = pathSub("CarSetup/TiresAero/AeroCalculator");
+        if (!aero)
+            aero = pathSub("CarSetup/TiresAero/AeroBalanceCalc");
+        if (aero) {
+            for (const QString &name : aero->valueKeys()) {
+                const QString text = aero->value(name.toStdString()).trimmed();
+                if (text.isEmpty())
+                    continue;
+                const QStringList pieces = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+                values.setValue(name, pieces[0], pieces.size() >= 2 ? pieces[1] : empty);
+            }
+        }
+    }
+
+    if (driverInfo) {
+        if (const TStringTree *driver = driverInfo->pathSub("Drivers/" + std::to_string(carIdx))) {
+            header.carInfo.driverName = driver->value("UserName");
+            header.carInfo.carName = driver->value("CarScreenName");
+            const std::pair<const char *, const char *> texts[] = {
+                {"Team", "TeamName"},
+                {"Driver abbreviation", "AbbrevName"},
+                {"iRating", "IRating"},
+                {"License", "LicString"},
+                {"Driver initials", "Initials"},
+                {"iRacing UserID", "UserID"},
+                {"iRacing car path", "CarPath"},
+                {"iRacing car class ID", "CarClassID"},
+                {"iRacing car ID", "CarID"},
+                {"Class", "CarClassShortName"},
+                {"Club", "ClubName"},
+                {"Division", "DivisionName"},
+            };
+            for (const auto &[name, key] : texts)
+                values.setValue(QString::fromLatin1(name), textOf(driver->value(key)), empty);
+            // Written as "0xrrggbb"; the colour parser wants "#rrggbb".
+            QString colour = driver->value("LicColor");
+            colour.replace(QLatin1String("0x"), QLatin1String("#"));
+            values.setValue(QStringLiteral("Licence color"),
+                            QVariant::fromValue(QColor::fromString(colour)), empty);
+        }
+    }
+
+    // The kind of the session the player is in, whatever car the lap belongs to.
+    QString sessionType;
+    if (isValidCar(m_myCarIdx)) {
+        const int sessionNum = m_cars[m_myCarIdx].sample.dynamicData.value(m_sessionNumKey).toInt();
+        sessionType = pathValue(sessionPath(sessionNum) + "/SessionType");
+    }
+    values.setValue(QStringLiteral("Session name"), textOf(sessionType), empty);
+    if (const Session session = sessionOfType(sessionType); session != Session::Unknown)
+        header.session = session;
+
+    header.trackName = diacriticFixes.value(header.trackName, header.trackName);
+    const QString city = values.value(QStringLiteral("Track city")).toString();
+    if (const auto fix = diacriticFixes.constFind(city); fix != diacriticFixes.cend())
+        values.setValue(QStringLiteral("Track city"), fix.value(), empty);
+}

@@ -1,0 +1,140 @@
+#pragma once
+
+#include "irsdk.h"
+#include "recordercar.h"
+#include "recordercarinfo.h"
+#include "tyamltree.h"
+
+#include "lap.h"
+#include "sample.h"
+
+#include <QList>
+#include <QSharedPointer>
+#include <QString>
+#include <QUuid>
+
+// Replays the ticks of one .ibt file and cuts each car's driving into laps. The reader is
+// itself the root of the session-information tree.
+class iRTelemetryReader : public TYamlTree
+{
+public:
+    enum Mode {
+        AllCars = 0, // a tick carries a sample for every car slot
+        MyCarOnly = 1, // a tick carries the player's car alone (what the import uses)
+    };
+
+    explicit iRTelemetryReader(Mode mode);
+
+    // Raw extraction: one record of the file into the tick's samples, one per tracked car.
+    QList<ZUM::SDK::Sample> getRawData(const irsdk_header *header,
+                                       const irsdk_varHeader *varHeaders, const char *record);
+    void retrieveRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders,
+                         const char *record, QList<ZUM::SDK::Sample> &samples);
+    void recordRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders,
+                       const char *record);
+    const QList<ZUM::SDK::Sample> &recordedSamples() const { return m_samples; }
+
+    // Tick processing: prepareTick(), then one of the process calls, once per tick.
+    void prepareTick();
+    // The tick's samples are taken over by the cars: pass the list with std::move when it is
+    // not needed afterwards.
+    void processRawData(QList<ZUM::SDK::Sample> samples);
+    void processData(QList<ZUM::SDK::Sample> samples) { processRawData(std::move(samples)); }
+    void processRecordedData() { processRawData(m_samples); }
+    // Forgets the player's car, the mode and the session.
+    void initialize();
+    // The player's car's sample of this tick.
+    const ZUM::SDK::Sample &sample() const { return m_cars[m_myCarIdx].sample; }
+    bool isSessionRestarted() const;
+    bool isCarInWorld(int carIdx) const;
+
+    // Lap completion: the car's lap is closed, and ready to be taken before the next tick.
+    void processLap(int carIdx, bool completed);
+    void processMyLap(bool completed);
+    bool isLapReady(int carIdx) const { return m_cars[carIdx].startLapPending; }
+    bool isMyLapReady() const;
+    QSharedPointer<ZUM::SDK::Lap> lap(int carIdx) const { return m_cars[carIdx].lap; }
+    QSharedPointer<ZUM::SDK::Lap> myLap() const;
+    void cleanupLap(int carIdx);
+
+    // Lap post-processing: derived channels of a finished lap, and repairs of its start.
+    void preprocessLap(int carIdx);
+    void normalizeChannelBeginning(int carIdx, const QString &name);
+
+    // Parses the session text into the tree and learns, once, whether the file is a replay.
+    void setYaml(const char *text);
+    // Fills a finished lap's header with the track, fuel, set-up, driver and session data.
+    void getSessionInfo(int carIdx, ZUM::SDK::Lap *lap);
+    // The simulator's numeric session identity as a UUID of its digits.
+    static QUuid sessionId(const QString &digits);
+    quint64 sessionKey() const { return m_sessionKey; }
+
+    // Takes the player's car and every car's names from the session text; true when a name
+    // changed or a car's status did.
+    bool updateCarList();
+    const QString &driverName(int carIdx) const { return m_carInfos[carIdx].driverName; }
+    const QString &teamName(int carIdx) const { return m_carInfos[carIdx].teamName; }
+    const QString &carName(int carIdx) const { return m_carInfos[carIdx].carName; }
+    const QString &className(int carIdx) const { return m_carInfos[carIdx].className; }
+    qint32 status(int carIdx) const;
+    bool detailedTelemetry(int carIdx) const { return m_cars[carIdx].detailedTelemetry; }
+
+    int myCarIdx() const { return m_myCarIdx; }
+    int simMode() const { return m_simMode; }
+    int maxCars() const { return m_maxCars; }
+    bool myCarOnly() const { return m_myCarOnly; }
+    Mode mode() const { return m_mode; }
+    const QList<RecorderCar> &cars() const { return m_cars; }
+
+    // Lower-cased variable names and their units, in descriptor order, from the first record.
+    const QList<QString> &variableNames() const { return m_names; }
+    const QList<QString> &variableUnits() const { return m_units; }
+
+private:
+    void learnVariables(const irsdk_header *header, const irsdk_varHeader *varHeaders);
+    bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
+    void readOtherCar(int carIdx, int playerSession, bool &inPitStall, bool &onPitRoad,
+                      bool &onTrack);
+    void readPlayerCar(int carIdx, bool &inPitStall, bool &onPitRoad, bool &onTrack);
+    void readSessionType(RecorderCar &car, int playerSession) const;
+    bool joinsLapUnderWay(RecorderCar &car);
+    bool replayPlaysAtNormalSpeed(RecorderCar &car);
+
+    const Mode m_mode;
+    bool m_myCarOnly;
+    qint32 m_maxCars = 64;
+    qint32 m_myCarIdx = -1;
+    qint32 m_simMode = -1; // 1 replay, 0 live, -1 not known yet
+
+    QList<QString> m_names;
+    QList<QString> m_units;
+    QList<bool> m_perCar; // the variable is an array with one element per car slot
+    QList<QString> m_perCarNames; // its name without the per-car prefix
+    QList<ZUM::SDK::Sample> m_samples;
+
+    QList<RecorderCar> m_cars;
+    QList<RecorderCarInfo> m_carInfos;
+    quint64 m_sessionKey = 0; // the running session's identity, from the session text
+    quint64 m_lastSessionKey = 0; // the identity at the end of the previous tick
+
+    // Keys under which tick processing reads the simulator's variables back.
+    const QString m_sessionTimeKey = QStringLiteral("sessiontime");
+    const QString m_sessionTimeRemainKey = QStringLiteral("sessiontimeremain");
+    const QString m_sessionTickKey = QStringLiteral("sessiontick");
+    const QString m_lapDistKey = QStringLiteral("lapdist");
+    const QString m_lapDistPctKey = QStringLiteral("lapdistpct");
+    const QString m_sessionStateKey = QStringLiteral("sessionstate");
+    const QString m_speedKey = QStringLiteral("speed");
+    const QString m_sessionNumKey = QStringLiteral("sessionnum");
+    const QString m_isOnTrackKey = QStringLiteral("isontrack");
+    const QString m_onPitRoadKey = QStringLiteral("onpitroad");
+    const QString m_lapKey = QStringLiteral("lap");
+    const QString m_playerCarInPitStallKey = QStringLiteral("playercarinpitstall");
+    const QString m_lastLapTimeKey = QStringLiteral("lastlaptime");
+    const QString m_lapLastLapTimeKey = QStringLiteral("laplastlaptime");
+    const QString m_maxLapDistPctKey = QStringLiteral("maxLapDistPct");
+    const QString m_carIdxKey = QStringLiteral("caridx");
+    const QString m_lapCompletedKey = QStringLiteral("lapcompleted");
+    const QString m_lapCurrentLapTimeKey = QStringLiteral("lapcurrentlaptime");
+    const QString m_replayPlaySpeedKey = QStringLiteral("replayplayspeed");
+};
