@@ -67,10 +67,11 @@ int IbtWriter::addVariable(const Variable &variable)
 {
     Variable placed = variable;
     const int32_t size = placementSize(placed.type);
-    const int32_t bytes = size * std::max(placed.count, 0);
+    // Damaged descriptors may claim counts no record could hold: placement saturates.
+    const int64_t bytes = int64_t(size) * std::max(placed.count, 0);
     if (placed.offset < 0) {
         placed.offset = m_autoEnd;
-        m_autoEnd += bytes;
+        m_autoEnd = int32_t(std::min<int64_t>(m_autoEnd + bytes, INT32_MAX));
     }
     m_variables.push_back(placed);
     m_slots.push_back({placed.type, placed.offset, placed.count, size});
@@ -288,7 +289,7 @@ void IbtWriter::trackRecord()
 {
     if (m_sessionTimeIndex >= 0) {
         const Slot &slot = m_slots[size_t(m_sessionTimeIndex)];
-        if (slot.offset >= 0 && slot.offset + 8 <= m_record.size()) {
+        if (slot.offset >= 0 && int64_t(slot.offset) + 8 <= m_record.size()) {
             const double time = load<double>(m_record.constData() + slot.offset);
             if (m_recordCount == 0)
                 m_firstTime = time;
@@ -297,7 +298,7 @@ void IbtWriter::trackRecord()
     }
     if (m_lapIndex >= 0) {
         const Slot &slot = m_slots[size_t(m_lapIndex)];
-        if (slot.offset >= 0 && slot.offset + 4 <= m_record.size()) {
+        if (slot.offset >= 0 && int64_t(slot.offset) + 4 <= m_record.size()) {
             const int32_t lap = load<int32_t>(m_record.constData() + slot.offset);
             if (m_recordCount > 0 && lap != m_lastLap)
                 ++m_lapChanges;
