@@ -18,5 +18,5 @@ public:
     QString pluginVersion() const override;
     QList<QString> availableImportFormats() const override;
     QList<QSharedPointer<ZUM::SDK::Lap>> import(const QString &filePath, const QString &format,
-                                                 const QMap<QString, QVariant> &options) override;
+                                                const QMap<QString, QVariant> &options) override;
 };

@@ -201,6 +201,8 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
     const qint64 recordLength = header->bufLen;
     const int variables = int(qMin<qint64>(qMax(header->numVars, 0), m_names.size()));
     const int mine = m_myCarIdx;
+    if (m_myCarOnly && !samples.isEmpty())
+        samples[0].dynamicData.reserve(variables);
     for (int v = 0; v < variables; ++v) {
         const irsdk_varHeader &descriptor = varHeaders[v];
         const int elements = readableElements(descriptor, recordLength);

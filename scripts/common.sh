@@ -23,12 +23,17 @@ zum_ensure_packages() {
     fi
 }
 
-# zum_build DIR [cmake arguments...]: configures DIR once, then builds what changed.
-zum_build() {
+# zum_configure DIR [cmake arguments...]: configures DIR once; later builds reuse it.
+zum_configure() {
     local dir=$1
     shift
     if [ ! -f "$dir/CMakeCache.txt" ]; then
         cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
     fi
-    cmake --build "$dir" --parallel "$(nproc)"
+}
+
+# zum_build DIR [cmake arguments...]: configures DIR once, then builds what changed.
+zum_build() {
+    zum_configure "$@"
+    cmake --build "$1" --parallel "$(nproc)"
 }

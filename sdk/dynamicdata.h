@@ -27,6 +27,8 @@ public:
 
     DynamicDataRange asRange() const { return {m_values.cbegin(), m_values.cend()}; }
     void clear() { m_values.clear(); }
+    // Room for count names, so that filling the map does not rehash it on the way.
+    void reserve(qsizetype count) { m_values.reserve(size_t(qMax<qsizetype>(count, 0))); }
     bool isEmpty() const { return m_values.empty(); }
     qsizetype size() const { return qsizetype(m_values.size()); }
 

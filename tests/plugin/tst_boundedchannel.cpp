@@ -1,0 +1,125 @@
+#include "boundedchannel.h"
+
+#include <QTest>
+
+#include <atomic>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+
+class tst_BoundedChannel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void itemsComeOutInOrder();
+    void sixthPushWaitsForAPop();
+    void closeDeliversWhatIsQueuedThenEnds();
+    void pushAfterCloseThrows();
+    void popWaitsForAnItemOrTheClose();
+};
+
+void tst_BoundedChannel::itemsComeOutInOrder()
+{
+    Channel<int, 5> channel;
+    for (int i = 0; i < 5; ++i)
+        channel.push(i);
+    int item = -1;
+    for (int i = 0; i < 5; ++i) {
+        QVERIFY(channel.pop(item));
+        QCOMPARE(item, i);
+    }
+}
+
+void tst_BoundedChannel::sixthPushWaitsForAPop()
+{
+    Channel<int, 5> channel;
+    std::mutex mutex;
+    QStringList events;
+    const auto log = [&](const QString &event) {
+        std::lock_guard lock(mutex);
+        events.append(event);
+    };
+    std::atomic<bool> sixthStarted = false;
+
+    std::thread producer([&] {
+        for (int i = 1; i <= 5; ++i) {
+            channel.push(i);
+            log(QStringLiteral("pushed %1").arg(i));
+        }
+        sixthStarted = true;
+        channel.push(6);
+        log(QStringLiteral("pushed 6"));
+    });
+
+    QTRY_VERIFY_WITH_TIMEOUT(sixthStarted.load(), 10000);
+    // However long the producer has had, the sixth push cannot have returned before a pop.
+    QTest::qWait(50);
+    int item = 0;
+    log(QStringLiteral("popping"));
+    QVERIFY(channel.pop(item));
+    QCOMPARE(item, 1);
+    producer.join();
+
+    QCOMPARE(events,
+             QStringList({"pushed 1", "pushed 2", "pushed 3", "pushed 4", "pushed 5", "popping",
+                          "pushed 6"}));
+    for (int expected = 2; expected <= 6; ++expected) {
+        QVERIFY(channel.pop(item));
+        QCOMPARE(item, expected);
+    }
+}
+
+void tst_BoundedChannel::closeDeliversWhatIsQueuedThenEnds()
+{
+    Channel<QString, 5> channel;
+    channel.push(QStringLiteral("a"));
+    channel.push(QStringLiteral("b"));
+    channel.push(QStringLiteral("c"));
+    channel.close();
+    QString item;
+    QVERIFY(channel.pop(item));
+    QCOMPARE(item, QStringLiteral("a"));
+    QVERIFY(channel.pop(item));
+    QVERIFY(channel.pop(item));
+    QCOMPARE(item, QStringLiteral("c"));
+    // The fourth pop answers at once: a blocking pop would hang this single thread.
+    item = QStringLiteral("untouched");
+    QVERIFY(!channel.pop(item));
+    QCOMPARE(item, QStringLiteral("untouched"));
+    QVERIFY(!channel.pop(item));
+}
+
+void tst_BoundedChannel::pushAfterCloseThrows()
+{
+    Channel<int, 5> channel;
+    channel.close();
+    try {
+        channel.push(1);
+        QFAIL("push to a closed channel returned");
+    } catch (const std::logic_error &error) {
+        QCOMPARE(QString::fromLatin1(error.what()),
+                 QStringLiteral("Panic! Push to a closed channel"));
+    }
+    int item = 0;
+    QVERIFY(!channel.pop(item));
+}
+
+void tst_BoundedChannel::popWaitsForAnItemOrTheClose()
+{
+    Channel<int, 5> channel;
+    std::atomic<int> popped = 0;
+    std::thread consumer([&] {
+        int item = 0;
+        while (channel.pop(item))
+            popped += item;
+    });
+    channel.push(2);
+    channel.push(3);
+    channel.close();
+    consumer.join();
+    QCOMPARE(popped.load(), 5);
+}
+
+QTEST_GUILESS_MAIN(tst_BoundedChannel)
+#include "tst_boundedchannel.moc"
