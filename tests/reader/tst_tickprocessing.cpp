@@ -136,6 +136,7 @@ private Q_SLOTS:
     void otherCarStandingOnPitRoadIsInItsStall();
     void otherCarsLapComesFromTheResults();
     void filesWithoutTickCounterCountEveryRecord();
+    void lapCounterResetAbortsTheLap();
     void lapNumbers_data();
     void lapNumbers();
     void emptyLapIsOnlyMarkedReady();
@@ -328,6 +329,23 @@ void tst_TickProcessing::filesWithoutTickCounterCountEveryRecord()
     run.drive(t, 0.10f, 0.20f);
     // Eleven records; the first starts the out lap, which clears that tick's sample.
     QCOMPARE(run.reader.lap(0)->size(), 10);
+}
+
+// The lap counter going back to 0 mid-lap (the simulator reset the car): the lap is handed
+// over as not completed, without a time.
+void tst_TickProcessing::lapCounterResetAbortsTheLap()
+{
+    Run run(sessionText("full", "Practice"));
+    Tick t;
+    t.lap = 3;
+    t.lapCurrentLapTime = 0.0f;
+    run.drive(t, 0.10f, 0.50f);
+    t.lap = 0;
+    run.drive(t, 0.51f, 0.51f);
+    QCOMPARE(run.laps.size(), 1);
+    QCOMPARE(run.laps[0]->header().completed, false);
+    QCOMPARE(run.laps[0]->header().lapTime, QTime(0, 59, 59, 0));
+    QVERIFY(run.reader.cars()[0].current.lapAborted);
 }
 
 void tst_TickProcessing::lapNumbers_data()
