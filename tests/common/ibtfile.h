@@ -36,6 +36,14 @@ public:
     {
         return m_bytes.mid(m_header.sessionInfoOffset, m_header.sessionInfoLen);
     }
+    // The session text as the import hands it on: its last stored byte made the terminator.
+    QByteArray terminatedSessionText() const
+    {
+        QByteArray text = sessionText();
+        if (!text.isEmpty())
+            text[text.size() - 1] = '\0';
+        return text;
+    }
     qsizetype recordCount() const
     {
         return m_header.bufLen > 0

@@ -2,6 +2,7 @@
 #include "ibtwriter.h"
 #include "irtelemetryreader.h"
 #include "plugininterfaceimport.h"
+#include "recordedlaps.h"
 #include "samplefiles.h"
 #include "sessiongenerator.h"
 
@@ -393,8 +394,7 @@ void tst_Import::lapHandedOverByTheLastRecordIsListedOnce()
 
     // The record whose tick hands the first flying lap over.
     const IbtFile file = IbtFile::load(whole);
-    QByteArray text = file.sessionText();
-    text[text.size() - 1] = '\0';
+    const QByteArray text = file.terminatedSessionText();
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     reader.setYaml(text.constData());
     reader.updateCarList();
@@ -437,62 +437,7 @@ void tst_Import::importsOneAfterAnother()
 
 void tst_Import::recordedFiles_data()
 {
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QStringList>("lapTimes");
-
-    QTest::newRow("no recorded files") << QString() << QStringList();
-    // The lap times of each recording, checked against its lap clock and last-lap time;
-    // two are dumps of the simulator's live memory and one is no telemetry file at all.
-    QTest::newRow("fg_test.ibt") << "fg_test.ibt" << QStringList {"59:59.000"};
-    QTest::newRow("gm_amg.ibt") << "gm_amg.ibt" << QStringList {"59:59.000"};
-    QTest::newRow("js17_trucks_silverado2019_bristol_2025-11-06_17-39-03.ibt")
-        << "js17_trucks_silverado2019_bristol_2025-11-06_17-39-03.ibt"
-        << QStringList {"59:59.000", "0:15.225", "0:15.066", "59:59.000"};
-    QTest::newRow("rr_sk.ibt") << "rr_sk.ibt" << QStringList {};
-    QTest::newRow("rr_sk2.ibt") << "rr_sk2.ibt" << QStringList {};
-    QTest::newRow("rr_skmodified_langley_2015-05-28_14-45-12.ibt")
-        << "rr_skmodified_langley_2015-05-28_14-45-12.ibt" << QStringList {"59:59.000"};
-    QTest::newRow("rr_skmodified_langley_2015-05-28_14-45-28.ibt")
-        << "rr_skmodified_langley_2015-05-28_14-45-28.ibt"
-        << QStringList {"59:59.000", "59:59.000"};
-    QTest::newRow("rr_skmodified_langley_2015-05-28_14-46-23.ibt")
-        << "rr_skmodified_langley_2015-05-28_14-46-23.ibt"
-        << QStringList {"59:59.000", "0:15.187", "0:15.098", "59:59.000"};
-    QTest::newRow("rr_skmodified_langley_2015-05-28_14-47-39.ibt")
-        << "rr_skmodified_langley_2015-05-28_14-47-39.ibt"
-        << QStringList {"59:59.000", "0:15.070", "59:59.000"};
-    QTest::newRow("rr_skmodified_langley_2015-05-28_14-48-39.ibt")
-        << "rr_skmodified_langley_2015-05-28_14-48-39.ibt"
-        << QStringList {"59:59.000", "0:15.175", "0:15.203", "59:59.000"};
-    QTest::newRow("rr_skmodified_langley_2015-05-28_14-49-50.ibt")
-        << "rr_skmodified_langley_2015-05-28_14-49-50.ibt"
-        << QStringList {"59:59.000", "0:15.167", "59:59.000"};
-    QTest::newRow("rr_skmodified_langley_2015-08-24_20-48-50.ibt")
-        << "rr_skmodified_langley_2015-08-24_20-48-50.ibt"
-        << QStringList {"59:59.000", "0:15.239", "59:59.000"};
-    QTest::newRow("rr_skmodified_martinsville_2016-02-07_21-01-44.ibt")
-        << "rr_skmodified_martinsville_2016-02-07_21-01-44.ibt" << QStringList {"59:59.000"};
-    QTest::newRow("rr_skmodified_tour_martinsville_2015-05-30_20-32-44.ibt")
-        << "rr_skmodified_tour_martinsville_2015-05-30_20-32-44.ibt"
-        << QStringList {"59:59.000", "0:19.301", "0:19.545", "59:59.000"};
-    QTest::newRow("ss_session.ibt") << "ss_session.ibt" << QStringList {};
-    QTest::newRow("tfio_bmwlmdh_sebring_international_2026-03-07_21-39-18.ibt")
-        << "tfio_bmwlmdh_sebring_international_2026-03-07_21-39-18.ibt" << QStringList {};
-    QTest::newRow("tfio_bmwlmdh_sebring_international_2026-03-07_22-00-50.ibt")
-        << "tfio_bmwlmdh_sebring_international_2026-03-07_22-00-50.ibt"
-        << QStringList {"59:59.000"};
-    QTest::newRow("tfio_bmwlmdh_sebring_international_2026-03-09_18-25-53.ibt")
-        << "tfio_bmwlmdh_sebring_international_2026-03-09_18-25-53.ibt"
-        << QStringList {"59:59.000"};
-    QTest::newRow("tfio_bmwlmdh_sebring_international_2026-03-12_20-09-08.ibt")
-        << "tfio_bmwlmdh_sebring_international_2026-03-12_20-09-08.ibt" << QStringList {};
-    QTest::newRow("tfio_bmwlmdh_sebring_international_2026-03-13_21-40-39.ibt")
-        << "tfio_bmwlmdh_sebring_international_2026-03-13_21-40-39.ibt" << QStringList {};
-    QTest::newRow("tfio_ferrari499p_sebring_international_2026-03-06_17-52-30.ibt")
-        << "tfio_ferrari499p_sebring_international_2026-03-06_17-52-30.ibt" << QStringList {};
-    QTest::newRow("tj_invalid_test_file.ibt") << "tj_invalid_test_file.ibt" << QStringList {};
-    QTest::newRow("tj_live_test_file.ibt") << "tj_live_test_file.ibt" << QStringList {};
-    QTest::newRow("tj_valid_test_file.ibt") << "tj_valid_test_file.ibt" << QStringList {};
+    RecordedLaps::addRows();
 }
 
 void tst_Import::recordedFiles()
@@ -511,7 +456,7 @@ void tst_Import::recordedFiles()
                           QStringLiteral("Done in N ms; Laps readed %1").arg(lapTimes.size())}));
     QStringList actual;
     for (const auto &lap : imported.laps)
-        actual.append(lapTimeText(*lap));
+        actual.append(RecordedLaps::text(lap->header().lapTime));
     QCOMPARE(actual, lapTimes);
 }
 

@@ -64,9 +64,7 @@ void tst_RawFiles::everyRecordDecodes()
     const IbtFile ibt = IbtFile::load(SampleFiles::path(file));
     QCOMPARE(ibt.recordCount(), records);
 
-    QByteArray text = ibt.sessionText();
-    if (!text.isEmpty())
-        text[text.size() - 1] = '\0';
+    const QByteArray text = ibt.terminatedSessionText();
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     reader.setYaml(text.constData());
     reader.updateCarList();

@@ -39,8 +39,7 @@ Replayed replay(const SessionGenerator::Options &options,
     generator.write(&buffer);
     const IbtFile file(bytes);
 
-    QByteArray text = file.sessionText();
-    text[text.size() - 1] = '\0';
+    const QByteArray text = file.terminatedSessionText();
     iRTelemetryReader reader(mode);
     reader.setYaml(text.constData());
     reader.updateCarList();
@@ -363,8 +362,7 @@ void tst_Scenarios::noPlayerInTheSessionText()
     buffer.open(QIODevice::WriteOnly);
     generator.write(&buffer);
     const IbtFile file(bytes);
-    QByteArray text = file.sessionText();
-    text[text.size() - 1] = '\0';
+    const QByteArray text = file.terminatedSessionText();
     iRTelemetryReader reader(iRTelemetryReader::AllCars);
     reader.setYaml(text.constData());
     reader.updateCarList();

@@ -17,19 +17,6 @@ private Q_SLOTS:
     void knownValues();
 };
 
-namespace {
-
-// The session text as the import hands it to the parser: its last byte forced to 0.
-QByteArray terminatedText(const QString &path)
-{
-    QByteArray text = IbtFile::load(path).sessionText();
-    if (!text.isEmpty())
-        text[text.size() - 1] = '\0';
-    return text;
-}
-
-} // namespace
-
 void tst_SessionFiles::everyFileParses_data()
 {
     QTest::addColumn<QString>("path");
@@ -44,7 +31,7 @@ void tst_SessionFiles::everyFileParses()
     ZUM_REQUIRE_SAMPLE_FILES();
     QFETCH(QString, path);
 
-    const QByteArray text = terminatedText(path);
+    const QByteArray text = IbtFile::load(path).terminatedSessionText();
     TYamlTree tree;
     tree.setYaml(text.constData());
     if (text.isEmpty() || text.startsWith('\0')) {
@@ -94,7 +81,7 @@ void tst_SessionFiles::knownValues()
     QFETCH(QString, userName);
     QFETCH(QString, sessionType);
 
-    const QByteArray text = terminatedText(SampleFiles::path(file));
+    const QByteArray text = IbtFile::load(SampleFiles::path(file)).terminatedSessionText();
     TYamlTree tree;
     tree.setYaml(text.constData());
     QCOMPARE(tree.pathValue("DriverInfo/DriverCarIdx"), carIdx);
