@@ -66,6 +66,13 @@ SessionGenerator::Options optionsFor(Scenario scenario)
     return options;
 }
 
+// The default practice session, replayed once for all the tests that look at it.
+const Replayed &practiceRun()
+{
+    static const Replayed run = replay(optionsFor(Scenario::Practice));
+    return run;
+}
+
 void verifyLevelChannels(const Lap &lap)
 {
     const QList<QString> names = lap.getAvailableRecordedChannels();
@@ -135,7 +142,7 @@ private Q_SLOTS:
 // file, is numbered by the lap counter after the line the car crossed in the pit lane.
 void tst_Scenarios::practice()
 {
-    const Replayed run = replay(optionsFor(Scenario::Practice));
+    const Replayed &run = practiceRun();
     const QList<double> &times = run.summary.timedLapTimes;
     QCOMPARE(times.size(), 3);
     verifyLaps(run.laps,
@@ -199,7 +206,7 @@ void tst_Scenarios::practiceHeader()
 
 void tst_Scenarios::practiceChannels()
 {
-    const Replayed run = replay(optionsFor(Scenario::Practice));
+    const Replayed &run = practiceRun();
     const Lap &flying = *run.laps[1];
     // A flying lap runs from just past the line to just before it.
     const QSharedPointer<ZUM::SDK::Channel> fraction = flying.channel(QStringLiteral("lapdistpct"));
@@ -223,7 +230,7 @@ void tst_Scenarios::practiceChannels()
 
 void tst_Scenarios::everyCarModeGivesThePlayersLapsToo()
 {
-    const Replayed mine = replay(optionsFor(Scenario::Practice));
+    const Replayed &mine = practiceRun();
     const Replayed all = replay(optionsFor(Scenario::Practice), iRTelemetryReader::AllCars);
     QVERIFY(all.laps.size() >= 4);
     // Completed laps are the same; only a lap cut by the end of the file is numbered
