@@ -12,6 +12,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <new>
 #include <thread>
 
 using ZUM::SDK::Lap;
@@ -37,16 +38,18 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 bool readAt(std::FILE *file, qint64 offset, char *buffer, qint64 bytes)
 {
     // Offsets come from the file as 32-bit values; one that fails to seek shows as a short read.
-    if (std::fseek(file, long(offset), SEEK_SET) != 0)
+    if (bytes < 0 || std::fseek(file, long(offset), SEEK_SET) != 0)
         return false;
     return bytes == 0 || std::fread(buffer, 1, size_t(bytes), file) == size_t(bytes);
 }
 
-// Buffers sized by lengths read from the file: a negative length asks for an impossible
+// Buffers sized by lengths read from the file. A negative length asks for an impossible
 // allocation, which leaves the import as std::bad_alloc for the host to report.
 std::unique_ptr<char[]> bufferOf(qint32 length, qint64 extra = 0)
 {
-    return std::make_unique<char[]>(size_t(qint64(length)) + size_t(extra));
+    if (length < 0)
+        throw std::bad_alloc();
+    return std::make_unique<char[]>(size_t(length) + size_t(extra));
 }
 
 // Reads record after record, decodes each into the tick's samples and hands them over.
@@ -131,7 +134,9 @@ QList<QSharedPointer<Lap>> iRPluginImport::import(const QString &fileName, const
     }
     reader->updateCarList();
 
-    const auto varHeaders = std::make_unique<irsdk_varHeader[]>(size_t(qint64(header.numVars)));
+    if (header.numVars < 0)
+        throw std::bad_alloc();
+    const auto varHeaders = std::make_unique<irsdk_varHeader[]>(size_t(header.numVars));
     const qint32 varHeaderBytes
         = qint32(quint32(header.numVars) * quint32(sizeof(irsdk_varHeader)));
     if (varHeaderBytes < 0
