@@ -11,6 +11,7 @@
 #include <QTime>
 
 #include <cstdio>
+#include <limits>
 #include <memory>
 #include <new>
 #include <thread>
@@ -49,7 +50,8 @@ std::unique_ptr<char[]> bufferOf(qint32 length, qint64 extra = 0)
 {
     if (length < 0)
         throw std::bad_alloc();
-    return std::make_unique<char[]>(size_t(length) + size_t(extra));
+    // Not zeroed: a length from a damaged file may be huge, and only what is read is used.
+    return std::make_unique_for_overwrite<char[]>(size_t(length) + size_t(extra));
 }
 
 // Reads record after record, decodes each into the tick's samples and hands them over.
@@ -128,6 +130,7 @@ QList<QSharedPointer<Lap>> iRPluginImport::import(const QString &fileName, const
             message(readError + QStringLiteral("Failed to read sessionInfoString"), error);
             return {};
         }
+        sessionText[header.sessionInfoLen] = '\0';
         if (header.sessionInfoLen > 0)
             sessionText[header.sessionInfoLen - 1] = '\0';
         reader->setYaml(sessionText.get());
@@ -136,10 +139,13 @@ QList<QSharedPointer<Lap>> iRPluginImport::import(const QString &fileName, const
 
     if (header.numVars < 0)
         throw std::bad_alloc();
-    const auto varHeaders = std::make_unique<irsdk_varHeader[]>(size_t(header.numVars));
-    const qint32 varHeaderBytes
-        = qint32(quint32(header.numVars) * quint32(sizeof(irsdk_varHeader)));
-    if (varHeaderBytes < 0
+    // The descriptors are read in one go of at most 2 GiB, as file offsets are 32-bit: more
+    // of them than that cannot be in the file, and no room is made for them.
+    const qint64 varHeaderBytes = qint64(header.numVars) * qint64(sizeof(irsdk_varHeader));
+    const bool readable = varHeaderBytes <= std::numeric_limits<qint32>::max();
+    const auto varHeaders
+        = std::make_unique_for_overwrite<irsdk_varHeader[]>(readable ? size_t(header.numVars) : 0);
+    if (!readable
         || !readAt(file.get(), header.varHeaderOffset, reinterpret_cast<char *>(varHeaders.get()),
                    varHeaderBytes)) {
         message(readError + QStringLiteral("Failed to read irsdk_varHeader"), error);

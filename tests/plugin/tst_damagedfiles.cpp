@@ -1,0 +1,185 @@
+#include "ibtwriter.h"
+#include "plugininterfaceimport.h"
+#include "sessiongenerator.h"
+
+#include <QFileInfo>
+#include <QPluginLoader>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+#include <new>
+
+// Whatever a damaged file says, the import ends: with laps, or with its message, or (for a
+// length no buffer can have) with an allocation failure for the host to report. Never a
+// crash, a hang or a read outside a buffer: the sanitizer build runs these too.
+class tst_DamagedFiles : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void headerFields_data();
+    void headerFields();
+    void cutShort_data();
+    void cutShort();
+
+private:
+    QString importAndDescribe(const QString &path);
+    QString write(const QString &name, const IbtWriter::Overrides &overrides, qint64 truncateAt);
+
+    QTemporaryDir m_dir;
+    ZUM::SDK::PluginInterfaceImport *m_plugin = nullptr;
+    QString m_whole;
+    qint64 m_wholeSize = 0;
+};
+
+void tst_DamagedFiles::initTestCase()
+{
+    static QPluginLoader loader(QStringLiteral(ZUM_PLUGIN_PATH));
+    m_plugin = qobject_cast<ZUM::SDK::PluginInterfaceImport *>(loader.instance());
+    QVERIFY(m_plugin);
+    QVERIFY(m_dir.isValid());
+
+    m_whole = write(QStringLiteral("whole.ibt"), {}, -1);
+    QVERIFY(!m_whole.isEmpty());
+    m_wholeSize = QFileInfo(m_whole).size();
+}
+
+// A small file with a real session text and a few driving variables: a damaged record
+// length of one byte still makes only a few thousand ticks.
+QString tst_DamagedFiles::write(const QString &name, const IbtWriter::Overrides &overrides,
+                                qint64 truncateAt)
+{
+    IbtWriter writer;
+    writer.setSessionInfo(SessionGenerator().sessionInfo());
+    const int time = writer.addVariable("SessionTime", irsdk_double, 1, "s");
+    const int tick = writer.addVariable("SessionTick", irsdk_int);
+    const int lap = writer.addVariable("Lap", irsdk_int);
+    const int pct = writer.addVariable("LapDistPct", irsdk_float, 1, "%");
+    const int onTrack = writer.addVariable("IsOnTrack", irsdk_bool);
+    const int speed = writer.addVariable("Speed", irsdk_float, 1, "m/s");
+    writer.addVariable("CarIdxLap", irsdk_int, 64);
+    writer.setOverrides(overrides);
+    writer.setTruncateAt(truncateAt);
+    const QString path = m_dir.filePath(name);
+    if (!writer.open(path))
+        return {};
+    for (int i = 0; i < 120; ++i) {
+        writer.setValue(time, i / 60.0);
+        writer.setValue(tick, i);
+        writer.setValue(lap, 1 + i / 60);
+        writer.setValue(pct, (i % 60) / 60.0);
+        writer.setValue(onTrack, 1);
+        writer.setValue(speed, 50);
+        writer.appendRecord();
+    }
+    return writer.finish() ? path : QString();
+}
+
+// The import's outcome in a word: its last message, or the allocation failure.
+QString tst_DamagedFiles::importAndDescribe(const QString &path)
+{
+    QSignalSpy spy(m_plugin->dataEmitter(), &ZUM::SDK::DataEmitter::sendMessage);
+    try {
+        const auto laps = m_plugin->import(path, m_plugin->availableImportFormats().first(), {});
+        for (const auto &lap : laps) {
+            for (const QString &name : lap->getAvailableRecordedChannels()) {
+                if (lap->channel(name)->size() != lap->size())
+                    return QStringLiteral("channels of unequal length");
+            }
+        }
+    } catch (const std::bad_alloc &) {
+        return QStringLiteral("allocation failure");
+    }
+    if (spy.isEmpty())
+        return QStringLiteral("no message");
+    const QString last = spy.last().at(0).toString();
+    return last.mid(last.indexOf(QLatin1String("] ")) + 2);
+}
+
+void tst_DamagedFiles::headerFields_data()
+{
+    QTest::addColumn<QString>("field");
+    QTest::addColumn<qint64>("value");
+
+    const qint64 values[] = {-1,
+                             0,
+                             1,
+                             112,
+                             143,
+                             144,
+                             1000,
+                             m_wholeSize - 1,
+                             m_wholeSize,
+                             m_wholeSize + 1,
+                             std::numeric_limits<qint32>::max(),
+                             std::numeric_limits<qint32>::min()};
+    for (const char *field : {"sessionInfoLen", "sessionInfoOffset", "numVars", "varHeaderOffset",
+                              "bufLen", "bufOffset"}) {
+        for (qint64 value : values)
+            QTest::newRow(
+                qPrintable(QStringLiteral("%1 = %2").arg(QLatin1String(field)).arg(value)))
+                << QString::fromLatin1(field) << value;
+    }
+}
+
+void tst_DamagedFiles::headerFields()
+{
+    QFETCH(QString, field);
+    QFETCH(qint64, value);
+
+    IbtWriter::Overrides overrides;
+    const qint32 forced = qint32(value);
+    if (field == QLatin1String("sessionInfoLen"))
+        overrides.sessionInfoLen = forced;
+    else if (field == QLatin1String("sessionInfoOffset"))
+        overrides.sessionInfoOffset = forced;
+    else if (field == QLatin1String("numVars"))
+        overrides.numVars = forced;
+    else if (field == QLatin1String("varHeaderOffset"))
+        overrides.varHeaderOffset = forced;
+    else if (field == QLatin1String("bufLen"))
+        overrides.bufLen = forced;
+    else
+        overrides.bufOffset = forced;
+    const QString path = write(QStringLiteral("damaged.ibt"), overrides, -1);
+    QVERIFY(!path.isEmpty());
+
+    const QString outcome = importAndDescribe(path);
+    const QStringList expected
+        = {QStringLiteral("allocation failure"),
+           QStringLiteral("IBT import error:  Failed to read sessionInfoString"),
+           QStringLiteral("IBT import error:  Failed to read irsdk_varHeader")};
+    QVERIFY2(expected.contains(outcome) || outcome.startsWith(QLatin1String("Done in ")),
+             qPrintable(outcome));
+}
+
+void tst_DamagedFiles::cutShort_data()
+{
+    QTest::addColumn<qint64>("bytes");
+    for (qint64 bytes : {qint64(0), qint64(50), qint64(112), qint64(120), qint64(144), qint64(145),
+                         qint64(1000), m_wholeSize / 3, m_wholeSize / 2, m_wholeSize - 1})
+        QTest::newRow(qPrintable(QStringLiteral("%1 bytes").arg(bytes))) << bytes;
+}
+
+void tst_DamagedFiles::cutShort()
+{
+    QFETCH(qint64, bytes);
+    const QString path = write(QStringLiteral("cut.ibt"), {}, bytes);
+    QVERIFY(!path.isEmpty());
+    QCOMPARE(QFileInfo(path).size(), bytes);
+
+    const QString outcome = importAndDescribe(path);
+    const QStringList failures
+        = {QStringLiteral("IBT import error:  Error reading irsdk_header"),
+           QStringLiteral("IBT import error:  Error reading irsdk_diskSubHeader"),
+           QStringLiteral("IBT import error:  Failed to read sessionInfoString"),
+           QStringLiteral("IBT import error:  Failed to read irsdk_varHeader")};
+    QVERIFY2(failures.contains(outcome) || outcome.startsWith(QLatin1String("Done in ")),
+             qPrintable(outcome));
+}
+
+QTEST_GUILESS_MAIN(tst_DamagedFiles)
+#include "tst_damagedfiles.moc"
