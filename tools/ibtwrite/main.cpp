@@ -5,11 +5,13 @@
 
 #include <QCommandLineOption>
 #include <QCommandLineParser>
+
 #include <QCoreApplication>
 #include <QMap>
 #include <QTextStream>
 
 #include <cstdio>
+#include <limits>
 #include <optional>
 
 namespace {
@@ -22,11 +24,12 @@ struct UsageFailure
     QString message;
 };
 
-int parseInt(const QString &text, const QString &option, int minimum)
+qint64 parseInt64(const QString &text, const QString &option, qint64 minimum,
+                  qint64 maximum = std::numeric_limits<qint64>::max())
 {
     bool ok = false;
-    const int value = text.toInt(&ok);
-    if (!ok || value < minimum) {
+    const qint64 value = text.toLongLong(&ok);
+    if (!ok || value < minimum || value > maximum) {
         throw UsageFailure {QStringLiteral("--%1 needs a whole number of at least %2, not \"%3\"")
                                 .arg(option)
                                 .arg(minimum)
@@ -35,17 +38,9 @@ int parseInt(const QString &text, const QString &option, int minimum)
     return value;
 }
 
-qint64 parseInt64(const QString &text, const QString &option, qint64 minimum)
+int parseInt(const QString &text, const QString &option, int minimum)
 {
-    bool ok = false;
-    const qint64 value = text.toLongLong(&ok);
-    if (!ok || value < minimum) {
-        throw UsageFailure {QStringLiteral("--%1 needs a whole number of at least %2, not \"%3\"")
-                                .arg(option)
-                                .arg(minimum)
-                                .arg(text)};
-    }
-    return value;
+    return int(parseInt64(text, option, minimum, std::numeric_limits<int>::max()));
 }
 
 double parseDouble(const QString &text, const QString &option, double minimum)
