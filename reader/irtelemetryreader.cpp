@@ -7,6 +7,7 @@
 #include <QColor>
 #include <QDateTime>
 #include <QDebug>
+#include <QHash>
 #include <QMap>
 #include <QTime>
 
@@ -92,58 +93,6 @@ double at(const Channel &channel, qint64 i)
     return i < channel.size() ? channel.value(i) : ZUM::SDK::InvalidValue;
 }
 
-// A descriptor's text field, which the file does not promise to terminate.
-QString fieldText(const char *field, size_t capacity)
-{
-    return QString::fromUtf8(field, qsizetype(qstrnlen(field, capacity)));
-}
-
-// Reads element i of a descriptor; an invalid variant for a type code the format lacks.
-QVariant readElement(const char *record, const irsdk_varHeader &descriptor, int i)
-{
-    const char *at = record + descriptor.offset + qint64(i) * irsdk_varTypeSize(descriptor.type);
-    switch (descriptor.type) {
-    case irsdk_char: {
-        int8_t value;
-        std::memcpy(&value, at, sizeof value);
-        return QVariant(int(value));
-    }
-    case irsdk_bool:
-        return QVariant(*at != 0);
-    case irsdk_int:
-    case irsdk_bitField: {
-        int32_t value;
-        std::memcpy(&value, at, sizeof value);
-        return QVariant(int(value));
-    }
-    case irsdk_float: {
-        float value;
-        std::memcpy(&value, at, sizeof value);
-        return QVariant(value);
-    }
-    case irsdk_double: {
-        double value;
-        std::memcpy(&value, at, sizeof value);
-        return QVariant(value);
-    }
-    default:
-        return QVariant();
-    }
-}
-
-// How many elements of the descriptor a record holds: a char array gives only its first
-// character; a descriptor of unknown type, or reaching outside the record, gives none.
-int readableElements(const irsdk_varHeader &descriptor, qint64 recordLength)
-{
-    const int size = irsdk_varTypeSize(descriptor.type);
-    const qint64 count = descriptor.type == irsdk_char ? 1 : descriptor.count;
-    if (size == 0 || count <= 0 || descriptor.offset < 0)
-        return 0;
-    if (descriptor.offset + count * size > recordLength)
-        return 0;
-    return int(count);
-}
-
 } // namespace
 
 iRTelemetryReader::iRTelemetryReader(Mode mode)
@@ -174,20 +123,39 @@ void iRTelemetryReader::recordRawData(const irsdk_header *header, const irsdk_va
 void iRTelemetryReader::learnVariables(const irsdk_header *header,
                                        const irsdk_varHeader *varHeaders)
 {
+    m_learnt = true;
     const int count = qMax(header->numVars, 0);
     m_names.reserve(count);
     m_units.reserve(count);
-    m_perCar.reserve(count);
-    m_perCarNames.reserve(count);
     for (int v = 0; v < count; ++v) {
-        const irsdk_varHeader &descriptor = varHeaders[v];
-        const QString name = fieldText(descriptor.name, sizeof descriptor.name).toLower();
-        const QString unit = fieldText(descriptor.unit, sizeof descriptor.unit);
-        m_names.append(name);
-        m_units.append(unit == QLatin1String("%") ? QStringLiteral("pu") : unit);
-        m_perCar.append(name.startsWith(m_carIdxKey));
-        m_perCarNames.append(name.mid(m_carIdxKey.size()));
+        m_names.append(IbtVariable::nameOf(varHeaders[v]));
+        m_units.append(IbtVariable::unitOf(varHeaders[v]));
     }
+    m_variables = IbtVariable::plan(varHeaders, count, header->bufLen);
+    for (const IbtVariable &variable : std::as_const(m_variables)) {
+        m_perCar.append(variable.name.startsWith(m_carIdxKey));
+        m_perCarNames.append(variable.name.mid(m_carIdxKey.size()));
+    }
+
+    // Every element of a variable goes under its one name, and a later variable of the same
+    // name overwrites an earlier one: the last writer's value and unit are what a record
+    // leaves.
+    QHash<QString, qsizetype> position;
+    for (const IbtVariable &variable : std::as_const(m_variables)) {
+        const Slot slot {variable.type,
+                         variable.offset + (variable.count - 1) * variable.elementSize()};
+        const auto known = position.constFind(variable.name);
+        if (known == position.cend()) {
+            position.insert(variable.name, m_slots.size());
+            m_slots.append(slot);
+            m_slotNames.append(variable.name);
+            m_slotUnits.append(variable.unit);
+        } else {
+            m_slots[*known] = slot;
+            m_slotUnits[*known] = variable.unit;
+        }
+    }
+    m_slotLayout = DynamicData::newLayout();
 }
 
 void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
@@ -195,51 +163,108 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
                                         QList<Sample> &samples)
 {
     // Names and units are converted once per file; every record is decoded with them.
-    if (m_names.isEmpty())
+    if (!m_learnt)
         learnVariables(header, varHeaders);
+    if (m_myCarOnly) {
+        if (!samples.isEmpty())
+            decodeMyCar(record, samples[0]);
+        return;
+    }
+    decodeAllCars(record, samples);
+}
 
-    const qint64 recordLength = header->bufLen;
-    const int variables = int(qMin<qint64>(qMax(header->numVars, 0), m_names.size()));
+void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const
+{
+    for (Sample &sample : samples) {
+        static_cast<ZUM::SDK::CarInfo &>(sample) = ZUM::SDK::CarInfo();
+        if (sample.dynamicData.layout() == 0 || sample.dynamicData.layout() != m_slotLayout)
+            sample.dynamicData.clear();
+    }
+}
+
+void iRTelemetryReader::decodeMyCar(const char *record, Sample &sample) const
+{
+    if (m_myCarIdx < 0)
+        return;
+    DynamicData &values = sample.dynamicData;
+    if (values.layout() != m_slotLayout) {
+        // Values already there stay beside the record's: only an empty sample takes the layout.
+        if (!values.isEmpty()) {
+            for (const IbtVariable &variable : m_variables) {
+                for (int i = 0; i < variable.count; ++i)
+                    values.setValue(variable.name,
+                                    Value(variable.variant(record, i), variable.unit));
+            }
+            return;
+        }
+        values.setLayout(m_slotLayout, m_slotNames, m_slotUnits);
+    }
+    for (qsizetype i = 0; i < m_slots.size(); ++i) {
+        const char *at = record + m_slots[i].offset;
+        switch (m_slots[i].type) {
+        case irsdk_char:
+            values.setLayoutValue(i, int(int8_t(*at)));
+            break;
+        case irsdk_bool:
+            values.setLayoutValue(i, *at != 0);
+            break;
+        case irsdk_int:
+        case irsdk_bitField: {
+            int32_t value;
+            std::memcpy(&value, at, sizeof value);
+            values.setLayoutValue(i, int(value));
+            break;
+        }
+        case irsdk_float: {
+            float value;
+            std::memcpy(&value, at, sizeof value);
+            values.setLayoutValue(i, value);
+            break;
+        }
+        case irsdk_double: {
+            double value;
+            std::memcpy(&value, at, sizeof value);
+            values.setLayoutValue(i, value);
+            break;
+        }
+        }
+    }
+}
+
+void iRTelemetryReader::decodeAllCars(const char *record, QList<Sample> &samples) const
+{
     const int mine = m_myCarIdx;
-    if (m_myCarOnly && !samples.isEmpty())
-        samples[0].dynamicData.reserve(variables);
-    for (int v = 0; v < variables; ++v) {
-        const irsdk_varHeader &descriptor = varHeaders[v];
-        const int elements = readableElements(descriptor, recordLength);
-        const bool perCar = !m_myCarOnly && m_perCar[v];
-        for (int i = 0; i < elements; ++i) {
-            if (perCar) {
+    for (qsizetype v = 0; v < m_variables.size(); ++v) {
+        const IbtVariable &variable = m_variables[v];
+        for (int i = 0; i < variable.count; ++i) {
+            if (m_perCar[v]) {
                 // Element i belongs to car i. In a live recording the player's element is
                 // left out: the player's values come from the scalar variables.
                 if ((i == mine && m_simMode == 0) || i >= samples.size())
                     continue;
-                samples[i].dynamicData.setValue(
-                    m_perCarNames[v], Value(readElement(record, descriptor, i), m_units[v]));
+                samples[i].dynamicData.setValue(m_perCarNames[v],
+                                                Value(variable.variant(record, i), variable.unit));
                 continue;
             }
-            if (mine < 0)
-                continue;
-            const int target = m_myCarOnly ? 0 : mine;
-            if (target >= samples.size())
-                continue;
             // An array that is not per car keeps its last element under the one name.
-            samples[target].dynamicData.setValue(
-                m_names[v], Value(readElement(record, descriptor, i), m_units[v]));
+            if (mine >= 0 && mine < samples.size())
+                samples[mine].dynamicData.setValue(
+                    variable.name, Value(variable.variant(record, i), variable.unit));
         }
     }
 
-    if (m_myCarOnly || mine < 0 || mine >= samples.size())
+    if (mine < 0 || mine >= samples.size())
         return;
 
     // Other cars carry no clock of their own: they take the player's.
-    const ZUM::SDK::DynamicData &player = samples[mine].dynamicData;
+    const DynamicData &player = samples[mine].dynamicData;
     const Value sessionTime = player.value(m_sessionTimeKey);
     const Value sessionTimeRemain = player.value(m_sessionTimeRemainKey);
     const QVariant sessionTick(player.value(m_sessionTickKey).toULongLong());
     for (int c = 0; c < samples.size(); ++c) {
         if (c == mine)
             continue;
-        ZUM::SDK::DynamicData &values = samples[c].dynamicData;
+        DynamicData &values = samples[c].dynamicData;
         values.setValue(m_sessionTimeKey, sessionTime);
         values.setValue(m_sessionTimeRemainKey, sessionTimeRemain);
         values.setValue(m_sessionTickKey, sessionTick, QStringLiteral(""));
@@ -346,15 +371,20 @@ bool iRTelemetryReader::isCarInWorld(int carIdx) const
 
 void iRTelemetryReader::processRawData(QList<Sample> samples)
 {
+    processTick(samples);
+}
+
+void iRTelemetryReader::processTick(QList<Sample> &samples)
+{
     // The tick's samples go to the cars they belong to.
     if (m_myCarOnly) {
         if (isValidCar(m_myCarIdx) && !samples.isEmpty())
-            m_cars[m_myCarIdx].sample = std::move(samples[0]);
+            std::swap(m_cars[m_myCarIdx].sample, samples[0]);
     } else {
         const qsizetype count
             = qMin<qsizetype>(qMin<qsizetype>(m_maxCars, samples.size()), m_cars.size());
         for (qsizetype i = 0; i < count; ++i)
-            m_cars[i].sample = std::move(samples[i]);
+            std::swap(m_cars[i].sample, samples[i]);
     }
 
     // The player's session number drives the session look-ups of every car; a change of it

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ibtvariable.h"
 #include "irsdk.h"
 #include "recordercar.h"
 #include "recordercarinfo.h"
@@ -33,12 +34,18 @@ public:
     void recordRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders,
                        const char *record);
     const QList<ZUM::SDK::Sample> &recordedSamples() const { return m_samples; }
+    // Readies samples that processTick() gave back for decoding the next record into them: as
+    // good as new samples, but keeping the storage of their values.
+    void recycleRawData(QList<ZUM::SDK::Sample> &samples) const;
 
     // Tick processing: prepareTick(), then one of the process calls, once per tick.
     void prepareTick();
     // The tick's samples are taken over by the cars: pass the list with std::move when it is
     // not needed afterwards.
     void processRawData(QList<ZUM::SDK::Sample> samples);
+    // The same, but the cars swap samples with the list: they take this tick's and leave their
+    // previous ones in it, for the decoder to refill.
+    void processTick(QList<ZUM::SDK::Sample> &samples);
     void processData(QList<ZUM::SDK::Sample> samples) { processRawData(std::move(samples)); }
     void processRecordedData() { processRawData(m_samples); }
     // Forgets the player's car, the mode and the session.
@@ -92,6 +99,8 @@ public:
 
 private:
     void learnVariables(const irsdk_header *header, const irsdk_varHeader *varHeaders);
+    void decodeMyCar(const char *record, ZUM::SDK::Sample &sample) const;
+    void decodeAllCars(const char *record, QList<ZUM::SDK::Sample> &samples) const;
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
     void readOtherCar(int carIdx, int playerSession, bool &inPitStall, bool &onPitRoad,
                       bool &onTrack);
@@ -106,10 +115,25 @@ private:
     qint32 m_myCarIdx = -1;
     qint32 m_simMode = -1; // 1 replay, 0 live, -1 not known yet
 
+    // Raw extraction, learnt from the first record's descriptors: written by the thread that
+    // decodes, before it hands over its first tick, and only read afterwards.
+    bool m_learnt = false;
     QList<QString> m_names;
     QList<QString> m_units;
-    QList<bool> m_perCar; // the variable is an array with one element per car slot
+    QList<IbtVariable> m_variables; // the readable ones
+    QList<bool> m_perCar; // per readable variable: an array with one element per car slot
     QList<QString> m_perCarNames; // its name without the per-car prefix
+    // The player's car alone: each name once, read from the element that a record writes last
+    // under it, in the order the names first appear.
+    struct Slot
+    {
+        irsdk_VarType type;
+        qint32 offset;
+    };
+    QList<Slot> m_slots;
+    QList<QString> m_slotNames;
+    QList<QString> m_slotUnits;
+    ZUM::SDK::DynamicData::Layout m_slotLayout = 0;
     QList<ZUM::SDK::Sample> m_samples;
 
     QList<RecorderCar> m_cars;

@@ -1,8 +1,68 @@
 #include "dynamicdata.h"
 
 #include <algorithm>
+#include <atomic>
+#include <utility>
 
 namespace ZUM::SDK {
+
+DynamicData::Layout DynamicData::newLayout()
+{
+    static std::atomic<Layout> last {0};
+    return ++last;
+}
+
+// A copy holds its own map: positions into the other's do not apply to it.
+DynamicData::DynamicData(const DynamicData &other)
+    : m_values(other.m_values)
+{ }
+
+// The map's nodes move with it, and the layout's positions with them.
+DynamicData::DynamicData(DynamicData &&other) noexcept
+    : m_values(std::move(other.m_values))
+    , m_slots(std::move(other.m_slots))
+    , m_layout(std::exchange(other.m_layout, 0))
+{
+    other.m_values.clear();
+    other.m_slots.clear();
+}
+
+DynamicData &DynamicData::operator=(const DynamicData &other)
+{
+    if (this != &other) {
+        m_values = other.m_values;
+        dropLayout();
+    }
+    return *this;
+}
+
+DynamicData &DynamicData::operator=(DynamicData &&other) noexcept
+{
+    if (this != &other) {
+        m_values = std::move(other.m_values);
+        m_slots = std::move(other.m_slots);
+        m_layout = std::exchange(other.m_layout, 0);
+        other.m_values.clear();
+        other.m_slots.clear();
+    }
+    return *this;
+}
+
+void DynamicData::dropLayout()
+{
+    m_slots.clear();
+    m_layout = 0;
+}
+
+void DynamicData::setLayout(Layout layout, const QList<QString> &names, const QList<QString> &units)
+{
+    clear();
+    m_values.reserve(size_t(names.size()));
+    m_slots.reserve(size_t(names.size()));
+    for (qsizetype i = 0; i < names.size(); ++i)
+        m_slots.push_back(&*m_values.try_emplace(names[i], QVariant(), units[i]).first);
+    m_layout = layout;
+}
 
 Value DynamicData::value(const QString &name) const
 {
@@ -23,7 +83,8 @@ const Value *DynamicData::find(const QString &name) const
 
 void DynamicData::setValue(QString name, Value value)
 {
-    m_values.insert_or_assign(std::move(name), std::move(value));
+    if (m_values.insert_or_assign(std::move(name), std::move(value)).second)
+        dropLayout();
 }
 
 void DynamicData::setValue(QString name, QVariant value, QString unit)
@@ -33,7 +94,14 @@ void DynamicData::setValue(QString name, QVariant value, QString unit)
 
 void DynamicData::removeValue(const QString &name)
 {
-    m_values.erase(name);
+    if (m_values.erase(name) > 0)
+        dropLayout();
+}
+
+void DynamicData::clear()
+{
+    m_values.clear();
+    dropLayout();
 }
 
 QList<QString> DynamicData::valueNameList() const

@@ -8,12 +8,31 @@
 #include <QString>
 #include <QVariant>
 
+#include <vector>
+
 namespace ZUM::SDK {
 
 // Named values with units, keyed by exact, case-sensitive names.
+//
+// A writer that stores the same names tick after tick (a telemetry decoder) can give the data
+// a layout: the names made present once, in a fixed order, whose values it then replaces by
+// position, without looking a name up; a reader that knows the layout (a lap adding samples)
+// reads them by position too. Any change to the set of names drops the layout.
 class ZUMSDK_EXPORT DynamicData
 {
 public:
+    // Identifies one list of names; 0 is no layout.
+    using Layout = quint64;
+    // A layout that no other list of names in this process has.
+    static Layout newLayout();
+
+    DynamicData() = default;
+    DynamicData(const DynamicData &other);
+    DynamicData(DynamicData &&other) noexcept;
+    DynamicData &operator=(const DynamicData &other);
+    DynamicData &operator=(DynamicData &&other) noexcept;
+    ~DynamicData() = default;
+
     // A copy of the named value; an invalid value with a null unit when the name is absent.
     Value value(const QString &name) const;
     // Whether the name is present, even when it holds an invalid variant.
@@ -26,7 +45,7 @@ public:
     void removeValue(const QString &name);
 
     DynamicDataRange asRange() const { return {m_values.cbegin(), m_values.cend()}; }
-    void clear() { m_values.clear(); }
+    void clear();
     // Room for count names, so that filling the map does not rehash it on the way.
     void reserve(qsizetype count) { m_values.reserve(size_t(qMax<qsizetype>(count, 0))); }
     bool isEmpty() const { return m_values.empty(); }
@@ -35,8 +54,26 @@ public:
     // All names, sorted by QString's operator< (upper case before lower case).
     QList<QString> valueNameList() const;
 
+    // Empties the data, then makes the names present in order, each with an invalid value and
+    // its unit, under the given layout. The lists are of equal length and hold no name twice.
+    void setLayout(Layout layout, const QList<QString> &names, const QList<QString> &units);
+    Layout layout() const { return m_layout; }
+    const QString &layoutName(qsizetype position) const { return m_slots[size_t(position)]->first; }
+    const Value &layoutValue(qsizetype position) const { return m_slots[size_t(position)]->second; }
+    // Replaces the value at a position of the layout, keeping its unit.
+    template<typename T>
+    void setLayoutValue(qsizetype position, T value)
+    {
+        m_slots[size_t(position)]->second.setValue(value);
+    }
+
 private:
+    void dropLayout();
+
     DynamicDataMap m_values;
+    // The layout's entries in order; the map's nodes stay where they are while it lives.
+    std::vector<DynamicDataMap::value_type *> m_slots;
+    Layout m_layout = 0;
 };
 
 } // namespace ZUM::SDK

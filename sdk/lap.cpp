@@ -53,6 +53,7 @@ QList<QString> Lap::getAvailableCalculatedChannels() const
 
 void Lap::clear()
 {
+    m_layout.reset();
     m_recorded.clear();
     m_calculated.clear();
     m_header.dynamicData.clear();
@@ -75,7 +76,47 @@ bool Lap::isEmpty() const
 void Lap::addSample(const Sample &sample)
 {
     const DynamicData &values = sample.dynamicData;
+    if (appendInLayout(values))
+        return;
+    addSampleByName(values);
+    rememberLayout(values);
+}
 
+// The common case by position: the sample holds exactly the lap's channels, each with a
+// valid value, which is what adding by name does then too.
+bool Lap::appendInLayout(const DynamicData &values)
+{
+    if (values.layout() == 0 || values.layout() != m_layout.layout)
+        return false;
+    const qsizetype count = qsizetype(m_layout.channels.size());
+    for (qsizetype i = 0; i < count; ++i) {
+        if (!values.layoutValue(i).isValid())
+            return false;
+    }
+    for (qsizetype i = 0; i < count; ++i)
+        m_layout.channels[size_t(i)]->append(values.layoutValue(i).toDouble());
+    return true;
+}
+
+void Lap::rememberLayout(const DynamicData &values)
+{
+    m_layout.reset();
+    if (values.layout() == 0 || values.size() != qsizetype(m_recorded.size()))
+        return;
+    m_layout.channels.reserve(m_recorded.size());
+    for (qsizetype i = 0; i < values.size(); ++i) {
+        const auto it = m_recorded.find(values.layoutName(i));
+        if (it == m_recorded.end()) {
+            m_layout.reset();
+            return;
+        }
+        m_layout.channels.push_back(it->second.data());
+    }
+    m_layout.layout = values.layout();
+}
+
+void Lap::addSampleByName(const DynamicData &values)
+{
     if (m_recorded.empty()) {
         for (const QString &name : values.valueNameList()) {
             const Value *value = values.find(name);
@@ -122,6 +163,7 @@ void Lap::addSample(const Sample &sample)
 
 void Lap::addChannel(QSharedPointer<Channel> channel, const QString &name)
 {
+    m_layout.reset();
     m_recorded.insert_or_assign(name, std::move(channel));
 }
 
@@ -132,6 +174,7 @@ void Lap::addCalculatedChannel(QSharedPointer<Channel> channel, const QString &n
 
 void Lap::removeRecordedChannel(const QString &name)
 {
+    m_layout.reset();
     m_recorded.erase(name);
 }
 

@@ -11,6 +11,7 @@
 #include <QString>
 
 #include <unordered_map>
+#include <vector>
 
 namespace ZUM::SDK {
 
@@ -52,9 +53,35 @@ public:
     bool containsChannel(const QString &name) const;
 
 private:
+    // The recorded channels in the order of a sample layout, while the lap's channels are
+    // exactly the layout's names: samples of that layout append by position. Not copied.
+    struct LayoutChannels
+    {
+        DynamicData::Layout layout = 0;
+        std::vector<Channel *> channels;
+
+        LayoutChannels() = default;
+        LayoutChannels(const LayoutChannels &) { }
+        LayoutChannels &operator=(const LayoutChannels &)
+        {
+            reset();
+            return *this;
+        }
+        void reset()
+        {
+            layout = 0;
+            channels.clear();
+        }
+    };
+
+    bool appendInLayout(const DynamicData &values);
+    void addSampleByName(const DynamicData &values);
+    void rememberLayout(const DynamicData &values);
+
     LapHeader m_header;
     ChannelMap m_recorded;
     ChannelMap m_calculated;
+    LayoutChannels m_layout;
 };
 
 } // namespace ZUM::SDK
