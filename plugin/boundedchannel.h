@@ -1,11 +1,12 @@
 #pragma once
 
-// The hand-over of decoded ticks from the thread that reads the file to the thread that
+// The hand-over of decoded ticks between the thread that reads the file and the thread that
 // builds laps: a blocking queue of at most Capacity items, one producer, one consumer, closed
-// once by the producer. Only the import uses it.
+// once by the producer. The items live in a ring of fixed size, so a push allocates nothing.
+// Only the import uses it.
 
+#include <array>
 #include <condition_variable>
-#include <list>
 #include <mutex>
 #include <stdexcept>
 
@@ -22,9 +23,17 @@ public:
         if (m_closed)
             throw std::logic_error("Panic! Push to a closed channel");
         m_changed.wait(lock, [this] { return m_size < Capacity; });
-        m_items.push_back(std::move(item));
-        ++m_size;
-        m_changed.notify_one();
+        append(std::move(item));
+    }
+
+    // Never blocks: false, with the item left as it was, when the channel is full or closed.
+    bool tryPush(T &item)
+    {
+        std::lock_guard lock(m_mutex);
+        if (m_closed || m_size >= Capacity)
+            return false;
+        append(std::move(item));
+        return true;
     }
 
     // Blocks while the channel is empty and open. False once it is closed and empty; items
@@ -32,14 +41,15 @@ public:
     bool pop(T &out)
     {
         std::unique_lock lock(m_mutex);
-        m_changed.wait(lock, [this] { return !m_items.empty() || m_closed; });
-        if (m_items.empty())
-            return false;
-        out = std::move(m_items.front());
-        m_items.pop_front();
-        --m_size;
-        m_changed.notify_one();
-        return true;
+        m_changed.wait(lock, [this] { return m_size > 0 || m_closed; });
+        return takeFront(out);
+    }
+
+    // Never blocks: false when the channel is empty.
+    bool tryPop(T &out)
+    {
+        std::lock_guard lock(m_mutex);
+        return takeFront(out);
     }
 
     void close()
@@ -50,7 +60,26 @@ public:
     }
 
 private:
-    std::list<T> m_items;
+    void append(T &&item)
+    {
+        m_items[size_t((m_front + m_size) % Capacity)] = std::move(item);
+        ++m_size;
+        m_changed.notify_one();
+    }
+
+    bool takeFront(T &out)
+    {
+        if (m_size == 0)
+            return false;
+        out = std::move(m_items[size_t(m_front)]);
+        m_front = (m_front + 1) % Capacity;
+        --m_size;
+        m_changed.notify_one();
+        return true;
+    }
+
+    std::array<T, Capacity> m_items {};
+    int m_front = 0;
     int m_size = 0;
     std::mutex m_mutex;
     // One condition for both directions: there is one producer and one consumer, and each

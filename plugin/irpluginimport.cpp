@@ -1,8 +1,8 @@
 #include "irpluginimport.h"
 
-#include "boundedchannel.h"
-#include "irsdk.h"
+#include "ibtfile.h"
 #include "irtelemetryreader.h"
+#include "tickstream.h"
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -10,14 +10,11 @@
 #include <QFileInfo>
 #include <QTime>
 
-#include <cstdio>
-#include <limits>
-#include <memory>
 #include <new>
-#include <thread>
 
 using ZUM::SDK::Lap;
 using ZUM::SDK::Sample;
+using Laps = QList<QSharedPointer<Lap>>;
 
 namespace {
 
@@ -27,43 +24,67 @@ const QString readError = QStringLiteral("IBT import error:  ");
 constexpr int information = 0;
 constexpr int error = -2;
 
-// Ticks the worker may decode ahead of the lap building.
-using TickChannel = Channel<QList<Sample>, 5>;
+// A record yields at most one value per byte when its variables do not overlap, so the laps of
+// any real file hold about as many entries as the file has bytes, besides a few derived
+// channels. Twice that is out of reach for a real file; a damaged one that asks for more (tiny
+// records read by many overlapping variables, quadratic in the file's size) is stopped there.
+constexpr qint64 valuesPerFileByte = 2;
 
-struct FileCloser
+struct Replay
 {
-    void operator()(std::FILE *file) const { std::fclose(file); }
+    Laps laps;
+    bool overBudget = false;
+    qint64 ticks = 0;
 };
-using File = std::unique_ptr<std::FILE, FileCloser>;
 
-bool readAt(std::FILE *file, qint64 offset, char *buffer, qint64 bytes)
+void appendIfNotEmpty(Laps &laps, const QSharedPointer<Lap> &lap)
 {
-    // Offsets come from the file as 32-bit values; one that fails to seek shows as a short read.
-    if (bytes < 0 || std::fseek(file, long(offset), SEEK_SET) != 0)
-        return false;
-    return bytes == 0 || std::fread(buffer, 1, size_t(bytes), file) == size_t(bytes);
+    if (lap && !lap->isEmpty())
+        laps.append(lap);
 }
 
-// Buffers sized by lengths read from the file. A negative length asks for an impossible
-// allocation, which leaves the import as std::bad_alloc for the host to report.
-std::unique_ptr<char[]> bufferOf(qint32 length, qint64 extra = 0)
+// Runs the reader over every record of the file and collects the player's laps.
+Replay replay(IbtFile &file, iRTelemetryReader &reader)
 {
-    if (length < 0)
-        throw std::bad_alloc();
-    // Not zeroed: a length from a damaged file may be huge, and only what is read is used.
-    return std::make_unique_for_overwrite<char[]>(size_t(length) + size_t(extra));
+    Replay result;
+    const qint64 budget = valuesPerFileByte * file.fileSize();
+    qint64 values = 0;
+    TickStream ticks(file, reader);
+    while (QList<Sample> *tick = ticks.next()) {
+        for (const Sample &sample : std::as_const(*tick))
+            values += sample.dynamicData.size();
+        if (values > budget) {
+            ticks.stop();
+            result.overBudget = true;
+            break;
+        }
+        reader.prepareTick();
+        reader.processTick(*tick);
+        if (reader.isMyLapReady())
+            appendIfNotEmpty(result.laps, reader.myLap());
+    }
+    result.ticks = ticks.ticks();
+
+    // The lap under way when the file ended, unless the last record already handed it over.
+    if (!result.overBudget && !reader.isMyLapReady()) {
+        reader.processMyLap(false);
+        appendIfNotEmpty(result.laps, reader.myLap());
+    }
+    return result;
 }
 
-// Reads record after record, decodes each into the tick's samples and hands them over.
-void readRecords(std::FILE *file, char *record, qint32 recordLength, iRTelemetryReader &reader,
-                 const irsdk_header &header, const irsdk_varHeader *varHeaders,
-                 TickChannel &channel)
+// The last lap ends when the file was last written; each lap before starts its own duration,
+// in whole seconds, before the next.
+void setStartTimes(const Laps &laps, const QString &fileName)
 {
-    // A record of no bytes would "read" successfully for ever.
-    while (recordLength > 0
-           && std::fread(record, 1, size_t(recordLength), file) == size_t(recordLength))
-        channel.push(reader.getRawData(&header, varHeaders, record));
-    channel.close();
+    if (!QFile::exists(fileName))
+        return;
+    const QDateTime end = QFileInfo(fileName).fileTime(QFileDevice::FileModificationTime);
+    qint64 total = 0;
+    for (qsizetype i = laps.size() - 1; i >= 0; --i) {
+        total += QTime(0, 0, 0, 0).secsTo(laps[i]->header().lapTime);
+        laps[i]->header().dateTime = end.addSecs(-total);
+    }
 }
 
 } // namespace
@@ -88,123 +109,55 @@ QList<QString> iRPluginImport::availableImportFormats() const
     return {importFormat};
 }
 
-QList<QSharedPointer<Lap>> iRPluginImport::import(const QString &fileName, const QString &format,
-                                                  const QMap<QString, QVariant> &options)
+Laps iRPluginImport::import(const QString &fileName, const QString &format,
+                            const QMap<QString, QVariant> &options)
 {
     Q_UNUSED(options);
     message(QStringLiteral("Importing file ") + fileName + QStringLiteral(" ..."), information);
     message(QStringLiteral("Using format ") + format, information);
     QElapsedTimer elapsed;
     elapsed.start();
-    QList<QSharedPointer<Lap>> laps;
 
     if (format != importFormat) {
         message(QStringLiteral("Unknown format"), error);
         return {};
     }
 
-    auto reader = std::make_unique<iRTelemetryReader>(iRTelemetryReader::MyCarOnly);
-    const File file(std::fopen(fileName.toLocal8Bit().constData(), "rb"));
-    if (!file) {
+    IbtFile file;
+    switch (const IbtFile::Status status = file.open(fileName)) {
+    case IbtFile::Status::Ok:
+        break;
+    case IbtFile::Status::CannotOpen:
         message(QStringLiteral("Can't open file ") + fileName, error);
         return {};
-    }
-
-    irsdk_header header;
-    if (std::fread(&header, 1, sizeof header, file.get()) != sizeof header) {
-        message(readError + QStringLiteral("Error reading irsdk_header"), error);
-        return {};
-    }
-    // Read whole and never used: the record count is not trusted to bound the records.
-    irsdk_diskSubHeader diskSubHeader;
-    if (std::fread(&diskSubHeader, 1, sizeof diskSubHeader, file.get()) != sizeof diskSubHeader) {
-        message(readError + QStringLiteral("Error reading irsdk_diskSubHeader"), error);
-        return {};
-    }
-
-    {
-        // The text's last stored byte becomes its terminator; a text of no bytes is empty.
-        const std::unique_ptr<char[]> sessionText = bufferOf(header.sessionInfoLen, 1);
-        if (!readAt(file.get(), header.sessionInfoOffset, sessionText.get(),
-                    header.sessionInfoLen)) {
-            message(readError + QStringLiteral("Failed to read sessionInfoString"), error);
-            return {};
-        }
-        sessionText[header.sessionInfoLen] = '\0';
-        if (header.sessionInfoLen > 0)
-            sessionText[header.sessionInfoLen - 1] = '\0';
-        reader->setYaml(sessionText.get());
-    }
-    reader->updateCarList();
-
-    if (header.numVars < 0)
+    case IbtFile::Status::ImpossibleLength:
+        // No buffer can have a negative length: the host hears of it as an allocation failure.
         throw std::bad_alloc();
-    // The descriptors are read in one go of at most 2 GiB, as file offsets are 32-bit: more
-    // of them than that cannot be in the file, and no room is made for them.
-    const qint64 varHeaderBytes = qint64(header.numVars) * qint64(sizeof(irsdk_varHeader));
-    const bool readable = varHeaderBytes <= std::numeric_limits<qint32>::max();
-    const auto varHeaders
-        = std::make_unique_for_overwrite<irsdk_varHeader[]>(readable ? size_t(header.numVars) : 0);
-    if (!readable
-        || !readAt(file.get(), header.varHeaderOffset, reinterpret_cast<char *>(varHeaders.get()),
-                   varHeaderBytes)) {
-        message(readError + QStringLiteral("Failed to read irsdk_varHeader"), error);
+    default:
+        message(readError + IbtFile::errorText(status), error);
         return {};
     }
 
-    const std::unique_ptr<char[]> record = bufferOf(header.bufLen);
-    const qint32 recordLength = header.bufLen;
-    std::fseek(file.get(), long(header.varBuf[0].bufOffset), SEEK_SET);
-
-    TickChannel channel;
-    std::thread worker(readRecords, file.get(), record.get(), recordLength, std::ref(*reader),
-                       std::cref(header), varHeaders.get(), std::ref(channel));
-
-    QList<Sample> tick;
-    try {
-        while (channel.pop(tick)) {
-            reader->prepareTick();
-            reader->processData(std::move(tick));
-            if (reader->isMyLapReady()) {
-                const QSharedPointer<Lap> lap = reader->myLap();
-                if (!lap->isEmpty())
-                    laps.append(lap);
-            }
-        }
-    } catch (...) {
-        // Let the worker run out before leaving, so that it is never left blocked.
-        while (channel.pop(tick)) { }
-        worker.join();
-        throw;
-    }
-    worker.join();
-
-    // The lap under way when the file ended, unless the last record already handed it over.
-    if (!reader->isMyLapReady()) {
-        reader->processMyLap(false);
-        const QSharedPointer<Lap> lap = reader->myLap();
-        if (lap && !lap->isEmpty())
-            laps.append(lap);
-    }
-    reader.reset();
-
-    // The last lap ends when the file was last written; each lap before starts its own
-    // duration, in whole seconds, before the next.
-    if (QFile::exists(fileName)) {
-        const QDateTime end = QFileInfo(fileName).fileTime(QFileDevice::FileModificationTime);
-        qint64 total = 0;
-        for (qsizetype i = laps.size() - 1; i >= 0; --i) {
-            total += QTime(0, 0, 0, 0).secsTo(laps[i]->header().lapTime);
-            laps[i]->header().dateTime = end.addSecs(-total);
-        }
-    }
+    iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
+    reader.setYaml(file.sessionText());
+    reader.updateCarList();
+    Replay result = replay(file, reader);
+    if (result.overBudget)
+        message(readError
+                    + QStringLiteral("the records hold more values than a file of %1 bytes can; "
+                                     "reading stopped after %2 records, the laps completed "
+                                     "before are kept")
+                          .arg(file.fileSize())
+                          .arg(result.ticks - 1),
+                error);
+    setStartTimes(result.laps, fileName);
 
     message(QStringLiteral("Done in ") + QString::number(elapsed.elapsed())
-                + QStringLiteral(" ms; Laps readed ") + QString::number(laps.size()),
+                + QStringLiteral(" ms; Laps readed ") + QString::number(result.laps.size()),
             information);
-    for (const QSharedPointer<Lap> &lap : std::as_const(laps)) {
+    for (const QSharedPointer<Lap> &lap : std::as_const(result.laps)) {
         lap->header().carInfo.sourceName = sourceName();
         lap->header().carInfo.pluginName = pluginName();
     }
-    return laps;
+    return result.laps;
 }

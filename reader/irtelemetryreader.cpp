@@ -35,31 +35,6 @@ const QMap<QString, QString> diacriticFixes = {
 // Lap times that cannot be trusted.
 constexpr float untrustedLapTime = 3599.0f;
 
-// A variable of the tick, or the default when the sample lacks it or holds no valid value.
-const Value *validValue(const DynamicData &values, const QString &name)
-{
-    const Value *value = values.find(name);
-    return value && value->isValid() ? value : nullptr;
-}
-
-float readFloat(const DynamicData &values, const QString &name, float fallback)
-{
-    const Value *value = validValue(values, name);
-    return value ? value->toFloat() : fallback;
-}
-
-int readInt(const DynamicData &values, const QString &name, int fallback)
-{
-    const Value *value = validValue(values, name);
-    return value ? value->toInt() : fallback;
-}
-
-bool readBool(const DynamicData &values, const QString &name, bool fallback)
-{
-    const Value *value = validValue(values, name);
-    return value ? value->toBool() : fallback;
-}
-
 // The session kind that a session type text of the session text names; Unknown otherwise.
 Session sessionOfType(const QString &type)
 {
@@ -156,6 +131,46 @@ void iRTelemetryReader::learnVariables(const irsdk_header *header,
         }
     }
     m_slotLayout = DynamicData::newLayout();
+    for (Variable *variable :
+         {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
+          &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey, &m_lapLastLapTimeKey,
+          &m_lapCurrentLapTimeKey, &m_onPitRoadKey, &m_playerCarInPitStallKey, &m_isOnTrackKey,
+          &m_replayPlaySpeedKey})
+        variable->position = m_slotNames.indexOf(variable->name);
+}
+
+// A variable of the tick, or null when the sample lacks it or holds no valid value. A sample
+// in the player's car's layout holds exactly the layout's names.
+const Value *iRTelemetryReader::validValue(const DynamicData &values,
+                                           const Variable &variable) const
+{
+    const Value *value = nullptr;
+    if (values.layout() != 0 && values.layout() == m_slotLayout)
+        value = variable.position >= 0 ? &values.layoutValue(variable.position) : nullptr;
+    else
+        value = values.find(variable.name);
+    return value && value->isValid() ? value : nullptr;
+}
+
+float iRTelemetryReader::readFloat(const DynamicData &values, const Variable &variable,
+                                   float fallback) const
+{
+    const Value *value = validValue(values, variable);
+    return value ? value->toFloat() : fallback;
+}
+
+int iRTelemetryReader::readInt(const DynamicData &values, const Variable &variable,
+                               int fallback) const
+{
+    const Value *value = validValue(values, variable);
+    return value ? value->toInt() : fallback;
+}
+
+bool iRTelemetryReader::readBool(const DynamicData &values, const Variable &variable,
+                                 bool fallback) const
+{
+    const Value *value = validValue(values, variable);
+    return value ? value->toBool() : fallback;
 }
 
 void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
@@ -260,14 +275,14 @@ void iRTelemetryReader::decodeAllCars(const char *record, QList<Sample> &samples
     const DynamicData &player = samples[mine].dynamicData;
     const Value sessionTime = player.value(m_sessionTimeKey);
     const Value sessionTimeRemain = player.value(m_sessionTimeRemainKey);
-    const QVariant sessionTick(player.value(m_sessionTickKey).toULongLong());
+    const QVariant sessionTick(player.value(m_sessionTickKey.name).toULongLong());
     for (int c = 0; c < samples.size(); ++c) {
         if (c == mine)
             continue;
         DynamicData &values = samples[c].dynamicData;
         values.setValue(m_sessionTimeKey, sessionTime);
         values.setValue(m_sessionTimeRemainKey, sessionTimeRemain);
-        values.setValue(m_sessionTickKey, sessionTick, QStringLiteral(""));
+        values.setValue(m_sessionTickKey.name, sessionTick, QStringLiteral(""));
     }
 }
 
@@ -607,7 +622,7 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
         header.lapInStint = car.previous.lapInStint;
     } else {
         if (car.current.lap == 0 && car.current.lapInStint >= 1) {
-            const QSharedPointer<Channel> lapChannel = lap->channel(m_lapKey);
+            const QSharedPointer<Channel> lapChannel = lap->channel(m_lapKey.name);
             if (lapChannel && !lapChannel->isEmpty())
                 car.current.lap = int(std::trunc(lapChannel->value(0)));
         }
@@ -653,7 +668,7 @@ QSharedPointer<Lap> iRTelemetryReader::myLap() const
 void iRTelemetryReader::cleanupLap(int carIdx)
 {
     if (m_simMode == 1)
-        m_cars[carIdx].lap->removeRecordedChannel(m_lapCurrentLapTimeKey);
+        m_cars[carIdx].lap->removeRecordedChannel(m_lapCurrentLapTimeKey.name);
 }
 
 // ---- Lap post-processing ---------------------------------------------------------------------
@@ -686,7 +701,7 @@ void iRTelemetryReader::preprocessLap(int carIdx)
     // have it rebuilt from the session clock and the lap fraction.
     if (carIdx == m_myCarIdx && m_simMode != 1)
         return;
-    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey);
+    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey.name);
     const QSharedPointer<Channel> sessionTime = lap.channel(m_sessionTimeKey);
     if (!fraction || !sessionTime)
         return;
@@ -709,7 +724,7 @@ void iRTelemetryReader::preprocessLap(int carIdx)
             lapTime->append(elapsed);
             elapsed += dt->value(i);
         }
-        lap.addChannel(lapTime, m_lapCurrentLapTimeKey);
+        lap.addChannel(lapTime, m_lapCurrentLapTimeKey.name);
     }
 
     const Value trackLength = header.value(QStringLiteral("Track length"));
@@ -744,8 +759,8 @@ void iRTelemetryReader::preprocessLap(int carIdx)
                 qDebug() << "peak fixed" << speed->value(i);
             }
         }
-        lap.addChannel(speed, m_speedKey);
-        lap.addChannel(distance, m_lapDistKey);
+        lap.addChannel(speed, m_speedKey.name);
+        lap.addChannel(distance, m_lapDistKey.name);
     }
     lap.addChannel(dt, QStringLiteral("dt"));
 }
@@ -754,7 +769,7 @@ void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &nam
 {
     const Lap &lap = *m_cars[carIdx].lap;
     const QSharedPointer<Channel> channel = lap.channel(name);
-    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey);
+    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey.name);
     // The repair reads the fraction beside every entry of the channel.
     if (channel && fraction && fraction->size() >= channel->size())
         ZUM::SDK::ChannelUtils::normalizeChannelBeginning(channel.data(), fraction.data());
@@ -889,7 +904,8 @@ void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
     // The kind of the session the player is in, whatever car the lap belongs to.
     QString sessionType;
     if (isValidCar(m_myCarIdx)) {
-        const int sessionNum = m_cars[m_myCarIdx].sample.dynamicData.value(m_sessionNumKey).toInt();
+        const int sessionNum
+            = m_cars[m_myCarIdx].sample.dynamicData.value(m_sessionNumKey.name).toInt();
         sessionType = pathValue(sessionPath(sessionNum) + "/SessionType");
     }
     values.setValue(QStringLiteral("Session name"), textOf(sessionType), empty);

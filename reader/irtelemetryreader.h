@@ -101,6 +101,21 @@ private:
     void learnVariables(const irsdk_header *header, const irsdk_varHeader *varHeaders);
     void decodeMyCar(const char *record, ZUM::SDK::Sample &sample) const;
     void decodeAllCars(const char *record, QList<ZUM::SDK::Sample> &samples) const;
+    // A variable of a car's sample, and where it stands in the player's car's layout (-1: not
+    // in it), so that the player's variables are read by position.
+    struct Variable
+    {
+        const QString name;
+        qsizetype position = -1;
+    };
+    const ZUM::SDK::Value *validValue(const ZUM::SDK::DynamicData &values,
+                                      const Variable &variable) const;
+    float readFloat(const ZUM::SDK::DynamicData &values, const Variable &variable,
+                    float fallback) const;
+    int readInt(const ZUM::SDK::DynamicData &values, const Variable &variable, int fallback) const;
+    bool readBool(const ZUM::SDK::DynamicData &values, const Variable &variable,
+                  bool fallback) const;
+
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
     void readOtherCar(int carIdx, int playerSession, bool &inPitStall, bool &onPitRoad,
                       bool &onTrack);
@@ -141,24 +156,25 @@ private:
     quint64 m_sessionKey = 0; // the running session's identity, from the session text
     quint64 m_lastSessionKey = 0; // the identity at the end of the previous tick
 
-    // Keys under which tick processing reads the simulator's variables back.
+    // Keys under which tick processing reads the simulator's variables back. Those it reads from
+    // a car's sample also know where they stand in the player's car's layout.
     const QString m_sessionTimeKey = QStringLiteral("sessiontime");
     const QString m_sessionTimeRemainKey = QStringLiteral("sessiontimeremain");
-    const QString m_sessionTickKey = QStringLiteral("sessiontick");
-    const QString m_lapDistKey = QStringLiteral("lapdist");
-    const QString m_lapDistPctKey = QStringLiteral("lapdistpct");
-    const QString m_sessionStateKey = QStringLiteral("sessionstate");
-    const QString m_speedKey = QStringLiteral("speed");
-    const QString m_sessionNumKey = QStringLiteral("sessionnum");
-    const QString m_isOnTrackKey = QStringLiteral("isontrack");
-    const QString m_onPitRoadKey = QStringLiteral("onpitroad");
-    const QString m_lapKey = QStringLiteral("lap");
-    const QString m_playerCarInPitStallKey = QStringLiteral("playercarinpitstall");
-    const QString m_lastLapTimeKey = QStringLiteral("lastlaptime");
-    const QString m_lapLastLapTimeKey = QStringLiteral("laplastlaptime");
+    Variable m_sessionTickKey {QStringLiteral("sessiontick")};
+    Variable m_lapDistKey {QStringLiteral("lapdist")};
+    Variable m_lapDistPctKey {QStringLiteral("lapdistpct")};
+    Variable m_sessionStateKey {QStringLiteral("sessionstate")};
+    Variable m_speedKey {QStringLiteral("speed")};
+    Variable m_sessionNumKey {QStringLiteral("sessionnum")};
+    Variable m_isOnTrackKey {QStringLiteral("isontrack")};
+    Variable m_onPitRoadKey {QStringLiteral("onpitroad")};
+    Variable m_lapKey {QStringLiteral("lap")};
+    Variable m_playerCarInPitStallKey {QStringLiteral("playercarinpitstall")};
+    Variable m_lastLapTimeKey {QStringLiteral("lastlaptime")};
+    Variable m_lapLastLapTimeKey {QStringLiteral("laplastlaptime")};
     const QString m_maxLapDistPctKey = QStringLiteral("maxLapDistPct");
     const QString m_carIdxKey = QStringLiteral("caridx");
-    const QString m_lapCompletedKey = QStringLiteral("lapcompleted");
-    const QString m_lapCurrentLapTimeKey = QStringLiteral("lapcurrentlaptime");
-    const QString m_replayPlaySpeedKey = QStringLiteral("replayplayspeed");
+    Variable m_lapCompletedKey {QStringLiteral("lapcompleted")};
+    Variable m_lapCurrentLapTimeKey {QStringLiteral("lapcurrentlaptime")};
+    Variable m_replayPlaySpeedKey {QStringLiteral("replayplayspeed")};
 };

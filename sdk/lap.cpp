@@ -12,6 +12,23 @@ QSharedPointer<Channel> find(const Lap::ChannelMap &channels, const QString &nam
     return it != channels.end() ? it->second : QSharedPointer<Channel>();
 }
 
+// QVariant::toDouble() for the types a decoder stores, without its general conversion.
+double toDouble(const QVariant &value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Double:
+        return *static_cast<const double *>(value.constData());
+    case QMetaType::Float:
+        return double(*static_cast<const float *>(value.constData()));
+    case QMetaType::Int:
+        return double(*static_cast<const int *>(value.constData()));
+    case QMetaType::Bool:
+        return *static_cast<const bool *>(value.constData()) ? 1.0 : 0.0;
+    default:
+        return value.toDouble();
+    }
+}
+
 QList<QString> sortedNames(const Lap::ChannelMap &channels)
 {
     QList<QString> names;
@@ -94,7 +111,7 @@ bool Lap::appendInLayout(const DynamicData &values)
             return false;
     }
     for (qsizetype i = 0; i < count; ++i)
-        m_layout.channels[size_t(i)]->append(values.layoutValue(i).toDouble());
+        m_layout.channels[size_t(i)]->append(toDouble(values.layoutValue(i)));
     return true;
 }
 
