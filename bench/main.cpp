@@ -2,6 +2,7 @@
 // importer can beat: reading every record of the same file and converting each value to a
 // double. Prints ticks per second, megabytes per second and peak memory of each.
 
+#include "ibtfile.h"
 #include "irsdk.h"
 #include "plugininterfaceimport.h"
 #include "sessiongenerator.h"
@@ -15,6 +16,7 @@
 #include <QPluginLoader>
 #include <QTemporaryDir>
 
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -28,7 +30,36 @@ struct Measure
     qint64 peakKiB = -1; // resident set at its highest during the runs; -1 where unknown
     qint64 ticks = 0;
     qint64 laps = 0;
+    qint64 channelBytes = 0; // the laps' channel entries, 8 bytes each
 };
+
+double elementValue(const IbtVariable &variable, const char *record, int i)
+{
+    const char *at = variable.element(record, i);
+    switch (variable.type) {
+    case irsdk_char:
+        return double(int8_t(*at));
+    case irsdk_bool:
+        return *at != 0;
+    case irsdk_int:
+    case irsdk_bitField: {
+        int32_t value;
+        std::memcpy(&value, at, sizeof value);
+        return value;
+    }
+    case irsdk_float: {
+        float value;
+        std::memcpy(&value, at, sizeof value);
+        return value;
+    }
+    case irsdk_double: {
+        double value;
+        std::memcpy(&value, at, sizeof value);
+        return value;
+    }
+    }
+    return 0.0;
+}
 
 // The kernel's record of the highest resident set, reset before each phase. Where the
 // system keeps no such record the figure is reported as unknown.
@@ -60,64 +91,24 @@ Measure readFloor(const QString &path, int runs)
     for (int run = 0; run < runs; ++run) {
         QElapsedTimer timer;
         timer.start();
-        std::FILE *file = std::fopen(QFile::encodeName(path).constData(), "rb");
-        if (!file)
+        IbtFile file;
+        if (file.open(path) != IbtFile::Status::Ok || file.wholeRecords() == 0)
             return measure;
-        irsdk_header header;
-        if (std::fread(&header, 1, sizeof header, file) != sizeof header || header.numVars < 0
-            || header.bufLen <= 0) {
-            std::fclose(file);
-            return measure;
-        }
-        std::vector<irsdk_varHeader> descriptors(size_t(header.numVars));
-        std::fseek(file, header.varHeaderOffset, SEEK_SET);
-        if (std::fread(descriptors.data(), sizeof(irsdk_varHeader), descriptors.size(), file)
-            != descriptors.size()) {
-            std::fclose(file);
-            return measure;
-        }
-        std::vector<char> record(size_t(header.bufLen));
-        std::fseek(file, header.varBuf[0].bufOffset, SEEK_SET);
+        const QList<IbtVariable> &variables = file.variables();
+        const qint64 length = file.recordLength();
+        const qint64 perRead = qMax<qint64>(1, (qint64(1) << 20) / length);
+        std::vector<char> buffer(size_t(perRead * length));
         qint64 ticks = 0;
-        while (std::fread(record.data(), 1, record.size(), file) == record.size()) {
-            ++ticks;
-            for (const irsdk_varHeader &d : descriptors) {
-                const int size = irsdk_varTypeSize(d.type);
-                const int count = d.type == irsdk_char ? 1 : d.count;
-                if (size == 0 || d.offset < 0 || count <= 0
-                    || qint64(d.offset) + qint64(count) * size > header.bufLen)
-                    continue;
-                for (int i = 0; i < count; ++i) {
-                    const char *at = record.data() + d.offset + i * size;
-                    double value = 0.0;
-                    switch (d.type) {
-                    case irsdk_char:
-                        value = double(int8_t(*at));
-                        break;
-                    case irsdk_bool:
-                        value = *at != 0;
-                        break;
-                    case irsdk_int:
-                    case irsdk_bitField: {
-                        int32_t v;
-                        std::memcpy(&v, at, 4);
-                        value = v;
-                        break;
-                    }
-                    case irsdk_float: {
-                        float v;
-                        std::memcpy(&v, at, 4);
-                        value = v;
-                        break;
-                    }
-                    default:
-                        std::memcpy(&value, at, 8);
-                    }
-                    checksum += value;
+        while (const qint64 records = file.readRecords(buffer.data(), perRead)) {
+            ticks += records;
+            for (qint64 r = 0; r < records; ++r) {
+                const char *record = buffer.data() + r * length;
+                for (const IbtVariable &variable : variables) {
+                    for (int i = 0; i < variable.count; ++i)
+                        checksum += elementValue(variable, record, i);
                 }
             }
         }
-        std::fclose(file);
         const double seconds = timer.nsecsElapsed() / 1e9;
         if (run == 0 || seconds < measure.seconds)
             measure.seconds = seconds;
@@ -143,6 +134,14 @@ Measure importThroughPlugin(ZUM::SDK::PluginInterfaceImport *plugin, const QStri
         if (run == 0 || seconds < measure.seconds)
             measure.seconds = seconds;
         measure.laps = laps.size();
+        measure.channelBytes = 0;
+        for (const auto &lap : laps) {
+            for (const QString &name : lap->getAvailableRecordedChannels())
+                measure.channelBytes += lap->channel(name)->size() * qint64(sizeof(double));
+            for (const QString &name : lap->getAvailableCalculatedChannels())
+                measure.channelBytes
+                    += lap->calculatedChannel(name)->size() * qint64(sizeof(double));
+        }
     }
     measure.peakKiB = peakMemoryKiB();
     return measure;
@@ -150,13 +149,8 @@ Measure importThroughPlugin(ZUM::SDK::PluginInterfaceImport *plugin, const QStri
 
 qint64 recordCount(const QString &path)
 {
-    QFile file(path);
-    irsdk_header header;
-    if (!file.open(QIODevice::ReadOnly)
-        || file.read(reinterpret_cast<char *>(&header), sizeof header) != sizeof header
-        || header.bufLen <= 0)
-        return 0;
-    return (file.size() - header.varBuf[0].bufOffset) / header.bufLen;
+    IbtFile file;
+    return file.open(path) == IbtFile::Status::Ok ? file.wholeRecords() : 0;
 }
 
 QString memoryText(qint64 kib)
@@ -177,7 +171,37 @@ void report(const QString &name, const QString &path, const Measure &import, con
     };
     line("import (plug-in)", import);
     line("read + convert floor", floor);
+    std::printf("  laps' channel data %s (entries x 8 bytes)\n",
+                qPrintable(memoryText(import.channelBytes / 1024)));
     std::printf("  import takes %.1fx the floor\n\n", import.seconds / floor.seconds);
+}
+
+// Damaged files whose cost must stay bounded by the file: beside the same file undamaged.
+void reportDamaged(const QString &name, const QString &path, const Measure &import,
+                   const QString &baseName, const Measure &base)
+{
+    std::printf("%s\n", qPrintable(name));
+    std::printf("  %lld ticks, %.1f MB, %lld laps\n", static_cast<long long>(recordCount(path)),
+                QFileInfo(path).size() / 1e6, static_cast<long long>(import.laps));
+    std::printf("  import (plug-in)       %8.3f s   peak %s\n", import.seconds,
+                qPrintable(memoryText(import.peakKiB)));
+    std::printf("  %s: %.3f s; the damaged file takes %.2fx its time\n\n", qPrintable(baseName),
+                base.seconds, import.seconds / base.seconds);
+}
+
+// A copy of a file with its record length forced to one byte: every byte a record.
+QString withOneByteRecords(const QString &path, const QTemporaryDir &dir)
+{
+    const QString copy = dir.filePath(QStringLiteral("one-byte-records.ibt"));
+    QFile::remove(copy);
+    if (!QFile::copy(path, copy))
+        return {};
+    QFile file(copy);
+    const qint32 one = 1;
+    if (!file.open(QIODevice::ReadWrite) || !file.seek(offsetof(irsdk_header, bufLen))
+        || file.write(reinterpret_cast<const char *>(&one), sizeof one) != sizeof one)
+        return {};
+    return copy;
 }
 
 } // namespace
@@ -247,5 +271,29 @@ int main(int argc, char *argv[])
     report(
         QStringLiteral("synthetic session, %1 min, 280 variables").arg(parser.value(minutesOption)),
         synthetic, importThroughPlugin(plugin, synthetic, runs), readFloor(synthetic, runs));
+
+    SessionGenerator::Options twoLaps;
+    twoLaps.laps = 2;
+    const QString undamaged = dir.filePath(QStringLiteral("two-laps.ibt"));
+    SessionGenerator::Options garbage = twoLaps;
+    garbage.overrides.numVars = 100000;
+    const QString damaged = dir.filePath(QStringLiteral("garbage-descriptors.ibt"));
+    if (SessionGenerator(twoLaps).write(undamaged) && SessionGenerator(garbage).write(damaged)) {
+        const Measure base = importThroughPlugin(plugin, undamaged, runs);
+        reportDamaged(QStringLiteral("two laps with 100,000 descriptors, mostly garbage"), damaged,
+                      importThroughPlugin(plugin, damaged, runs), QStringLiteral("undamaged"),
+                      base);
+    }
+
+    const QString bristol = QDir(QStringLiteral(ZUM_DEFAULT_IBT_SAMPLES))
+                                .filePath(QStringLiteral(
+                                    "js17_trucks_silverado2019_bristol_2025-11-06_17-39-03.ibt"));
+    if (QFile::exists(bristol)) {
+        const QString oneByte = withOneByteRecords(bristol, dir);
+        if (!oneByte.isEmpty())
+            reportDamaged(QStringLiteral("Bristol recording with a record length of 1 byte"),
+                          oneByte, importThroughPlugin(plugin, oneByte, runs),
+                          QStringLiteral("undamaged"), importThroughPlugin(plugin, bristol, runs));
+    }
     return 0;
 }

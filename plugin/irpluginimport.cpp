@@ -37,10 +37,17 @@ struct Replay
     qint64 ticks = 0;
 };
 
+// A finished lap keeps its channels for as long as the host does: without the room they kept
+// for growing, which would otherwise add up to half the laps' size again.
 void appendIfNotEmpty(Laps &laps, const QSharedPointer<Lap> &lap)
 {
-    if (lap && !lap->isEmpty())
-        laps.append(lap);
+    if (!lap || lap->isEmpty())
+        return;
+    for (const QString &name : lap->getAvailableRecordedChannels())
+        lap->channel(name)->shrinkToFit();
+    for (const QString &name : lap->getAvailableCalculatedChannels())
+        lap->calculatedChannel(name)->shrinkToFit();
+    laps.append(lap);
 }
 
 // Runs the reader over every record of the file and collects the player's laps.

@@ -21,10 +21,13 @@ DynamicData::DynamicData(const DynamicData &other)
 DynamicData::DynamicData(DynamicData &&other) noexcept
     : m_values(std::move(other.m_values))
     , m_slots(std::move(other.m_slots))
+    , m_numbers(std::move(other.m_numbers))
+    , m_numbered(std::move(other.m_numbered))
+    , m_unnumbered(other.m_unnumbered)
     , m_layout(std::exchange(other.m_layout, 0))
 {
     other.m_values.clear();
-    other.m_slots.clear();
+    other.dropLayout();
 }
 
 DynamicData &DynamicData::operator=(const DynamicData &other)
@@ -41,9 +44,12 @@ DynamicData &DynamicData::operator=(DynamicData &&other) noexcept
     if (this != &other) {
         m_values = std::move(other.m_values);
         m_slots = std::move(other.m_slots);
+        m_numbers = std::move(other.m_numbers);
+        m_numbered = std::move(other.m_numbered);
+        m_unnumbered = other.m_unnumbered;
         m_layout = std::exchange(other.m_layout, 0);
         other.m_values.clear();
-        other.m_slots.clear();
+        other.dropLayout();
     }
     return *this;
 }
@@ -51,6 +57,9 @@ DynamicData &DynamicData::operator=(DynamicData &&other) noexcept
 void DynamicData::dropLayout()
 {
     m_slots.clear();
+    m_numbers.clear();
+    m_numbered.clear();
+    m_unnumbered = 0;
     m_layout = 0;
 }
 
@@ -61,6 +70,9 @@ void DynamicData::setLayout(Layout layout, const QList<QString> &names, const QL
     m_slots.reserve(size_t(names.size()));
     for (qsizetype i = 0; i < names.size(); ++i)
         m_slots.push_back(&*m_values.try_emplace(names[i], QVariant(), units[i]).first);
+    m_numbers.assign(size_t(names.size()), 0.0);
+    m_numbered.assign(size_t(names.size()), false);
+    m_unnumbered = names.size();
     m_layout = layout;
 }
 
@@ -83,8 +95,8 @@ const Value *DynamicData::find(const QString &name) const
 
 void DynamicData::setValue(QString name, Value value)
 {
-    if (m_values.insert_or_assign(std::move(name), std::move(value)).second)
-        dropLayout();
+    m_values.insert_or_assign(std::move(name), std::move(value));
+    dropLayout();
 }
 
 void DynamicData::setValue(QString name, QVariant value, QString unit)

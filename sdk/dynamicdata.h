@@ -17,7 +17,7 @@ namespace ZUM::SDK {
 // A writer that stores the same names tick after tick (a telemetry decoder) can give the data
 // a layout: the names made present once, in a fixed order, whose values it then replaces by
 // position, without looking a name up; a reader that knows the layout (a lap adding samples)
-// reads them by position too. Any change to the set of names drops the layout.
+// reads them by position too, or as one array of numbers. Any change by name drops the layout.
 class ZUMSDK_EXPORT DynamicData
 {
 public:
@@ -60,19 +60,35 @@ public:
     Layout layout() const { return m_layout; }
     const QString &layoutName(qsizetype position) const { return m_slots[size_t(position)]->first; }
     const Value &layoutValue(qsizetype position) const { return m_slots[size_t(position)]->second; }
-    // Replaces the value at a position of the layout, keeping its unit.
+    // Replaces the value at a position of the layout, keeping its unit. T is one of the types
+    // a number is stored as: int, bool, float or double.
     template<typename T>
     void setLayoutValue(qsizetype position, T value)
     {
         m_slots[size_t(position)]->second.setValue(value);
+        m_numbers[size_t(position)] = double(value);
+        if (!m_numbered[size_t(position)]) {
+            m_numbered[size_t(position)] = true;
+            --m_unnumbered;
+        }
+    }
+    // Once every position of the layout holds a number: the values as doubles, in layout
+    // order, as QVariant::toDouble() gives them. Null before.
+    const double *layoutNumbers() const
+    {
+        return m_layout != 0 && m_unnumbered == 0 ? m_numbers.data() : nullptr;
     }
 
 private:
     void dropLayout();
 
     DynamicDataMap m_values;
-    // The layout's entries in order; the map's nodes stay where they are while it lives.
+    // The layout's entries in order; the map's nodes stay where they are while it lives. A
+    // change by name drops the layout, so its numbers always follow its values.
     std::vector<DynamicDataMap::value_type *> m_slots;
+    std::vector<double> m_numbers;
+    std::vector<bool> m_numbered;
+    qsizetype m_unnumbered = 0;
     Layout m_layout = 0;
 };
 

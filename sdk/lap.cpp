@@ -12,23 +12,6 @@ QSharedPointer<Channel> find(const Lap::ChannelMap &channels, const QString &nam
     return it != channels.end() ? it->second : QSharedPointer<Channel>();
 }
 
-// QVariant::toDouble() for the types a decoder stores, without its general conversion.
-double toDouble(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Double:
-        return *static_cast<const double *>(value.constData());
-    case QMetaType::Float:
-        return double(*static_cast<const float *>(value.constData()));
-    case QMetaType::Int:
-        return double(*static_cast<const int *>(value.constData()));
-    case QMetaType::Bool:
-        return *static_cast<const bool *>(value.constData()) ? 1.0 : 0.0;
-    default:
-        return value.toDouble();
-    }
-}
-
 QList<QString> sortedNames(const Lap::ChannelMap &channels)
 {
     QList<QString> names;
@@ -100,18 +83,17 @@ void Lap::addSample(const Sample &sample)
 }
 
 // The common case by position: the sample holds exactly the lap's channels, each with a
-// valid value, which is what adding by name does then too.
+// number, so adding by name would append each value's toDouble() and nothing else.
 bool Lap::appendInLayout(const DynamicData &values)
 {
     if (values.layout() == 0 || values.layout() != m_layout.layout)
         return false;
-    const qsizetype count = qsizetype(m_layout.channels.size());
-    for (qsizetype i = 0; i < count; ++i) {
-        if (!values.layoutValue(i).isValid())
-            return false;
-    }
-    for (qsizetype i = 0; i < count; ++i)
-        m_layout.channels[size_t(i)]->append(toDouble(values.layoutValue(i)));
+    const double *numbers = values.layoutNumbers();
+    if (!numbers)
+        return false;
+    const size_t count = m_layout.channels.size();
+    for (size_t i = 0; i < count; ++i)
+        m_layout.channels[i]->append(numbers[i]);
     return true;
 }
 
