@@ -76,6 +76,7 @@ iRTelemetryReader::iRTelemetryReader(Mode mode)
 {
     m_samples.resize(m_myCarOnly ? 1 : m_maxCars);
     m_cars.resize(64);
+    m_active.assign(size_t(m_cars.size()), false);
     m_carInfos.resize(m_maxCars);
     for (RecorderCar &car : m_cars)
         car.useLapDistance = m_myCarOnly;
@@ -100,12 +101,7 @@ void iRTelemetryReader::learnVariables(const irsdk_header *header,
 {
     m_learnt = true;
     const int count = qMax(header->numVars, 0);
-    m_names.reserve(count);
-    m_units.reserve(count);
-    for (int v = 0; v < count; ++v) {
-        m_names.append(IbtVariable::nameOf(varHeaders[v]));
-        m_units.append(IbtVariable::unitOf(varHeaders[v]));
-    }
+    m_descriptors.assign(varHeaders, varHeaders + count);
     m_variables = IbtVariable::plan(varHeaders, count, header->bufLen);
     for (const IbtVariable &variable : std::as_const(m_variables)) {
         m_perCar.append(variable.name.startsWith(m_carIdxKey));
@@ -171,6 +167,28 @@ bool iRTelemetryReader::readBool(const DynamicData &values, const Variable &vari
 {
     const Value *value = validValue(values, variable);
     return value ? value->toBool() : fallback;
+}
+
+// Names and units of every descriptor, readable or not, converted when first asked for: the
+// decoding needs only those of the readable ones.
+const QList<QString> &iRTelemetryReader::variableNames() const
+{
+    if (m_names.size() != qsizetype(m_descriptors.size())) {
+        m_names.clear();
+        for (const irsdk_varHeader &descriptor : m_descriptors)
+            m_names.append(IbtVariable::nameOf(descriptor));
+    }
+    return m_names;
+}
+
+const QList<QString> &iRTelemetryReader::variableUnits() const
+{
+    if (m_units.size() != qsizetype(m_descriptors.size())) {
+        m_units.clear();
+        for (const irsdk_varHeader &descriptor : m_descriptors)
+            m_units.append(IbtVariable::unitOf(descriptor));
+    }
+    return m_units;
 }
 
 void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
@@ -362,8 +380,12 @@ void iRTelemetryReader::initialize()
 
 void iRTelemetryReader::prepareTick()
 {
-    for (RecorderCar &car : m_cars)
-        car.prepareTick();
+    // A car that no tick has processed still holds its first state in all three places, with
+    // no lap pending: shifting its history would change nothing.
+    for (qsizetype c = 0; c < m_cars.size(); ++c) {
+        if (m_active[size_t(c)])
+            m_cars[c].prepareTick();
+    }
     m_lastSessionKey = m_sessionKey;
 }
 
@@ -419,6 +441,7 @@ void iRTelemetryReader::processTick(QList<Sample> &samples)
         if (c >= m_carInfos.size() || m_carInfos[c].driverName.isEmpty())
             continue;
         RecorderCar &car = m_cars[c];
+        m_active[size_t(c)] = true;
         const DynamicData &values = car.sample.dynamicData;
 
         car.current.lapDistPct = readFloat(values, m_lapDistPctKey, -1.0f);
@@ -595,6 +618,7 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
 void iRTelemetryReader::processLap(int carIdx, bool completed)
 {
     RecorderCar &car = m_cars[carIdx];
+    m_active[size_t(carIdx)] = true;
     car.startLapPending = true;
     Lap *lap = car.lap.data();
     if (lap->isEmpty())

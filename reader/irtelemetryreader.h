@@ -14,6 +14,8 @@
 #include <QString>
 #include <QUuid>
 
+#include <vector>
+
 // Replays the ticks of one .ibt file and cuts each car's driving into laps. The reader is
 // itself the root of the session-information tree.
 class iRTelemetryReader : public TYamlTree
@@ -94,8 +96,8 @@ public:
     const QList<RecorderCar> &cars() const { return m_cars; }
 
     // Lower-cased variable names and their units, in descriptor order, from the first record.
-    const QList<QString> &variableNames() const { return m_names; }
-    const QList<QString> &variableUnits() const { return m_units; }
+    const QList<QString> &variableNames() const;
+    const QList<QString> &variableUnits() const;
 
 private:
     void learnVariables(const irsdk_header *header, const irsdk_varHeader *varHeaders);
@@ -133,8 +135,9 @@ private:
     // Raw extraction, learnt from the first record's descriptors: written by the thread that
     // decodes, before it hands over its first tick, and only read afterwards.
     bool m_learnt = false;
-    QList<QString> m_names;
-    QList<QString> m_units;
+    std::vector<irsdk_varHeader> m_descriptors;
+    mutable QList<QString> m_names;
+    mutable QList<QString> m_units;
     QList<IbtVariable> m_variables; // the readable ones
     QList<bool> m_perCar; // per readable variable: an array with one element per car slot
     QList<QString> m_perCarNames; // its name without the per-car prefix
@@ -152,6 +155,7 @@ private:
     QList<ZUM::SDK::Sample> m_samples;
 
     QList<RecorderCar> m_cars;
+    std::vector<bool> m_active; // per car: processed by a tick, or its lap closed, at least once
     QList<RecorderCarInfo> m_carInfos;
     quint64 m_sessionKey = 0; // the running session's identity, from the session text
     quint64 m_lastSessionKey = 0; // the identity at the end of the previous tick

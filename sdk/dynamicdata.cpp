@@ -22,7 +22,7 @@ DynamicData::DynamicData(DynamicData &&other) noexcept
     : m_values(std::move(other.m_values))
     , m_slots(std::move(other.m_slots))
     , m_numbers(std::move(other.m_numbers))
-    , m_numbered(std::move(other.m_numbered))
+    , m_types(std::move(other.m_types))
     , m_unnumbered(other.m_unnumbered)
     , m_layout(std::exchange(other.m_layout, 0))
 {
@@ -45,7 +45,7 @@ DynamicData &DynamicData::operator=(DynamicData &&other) noexcept
         m_values = std::move(other.m_values);
         m_slots = std::move(other.m_slots);
         m_numbers = std::move(other.m_numbers);
-        m_numbered = std::move(other.m_numbered);
+        m_types = std::move(other.m_types);
         m_unnumbered = other.m_unnumbered;
         m_layout = std::exchange(other.m_layout, 0);
         other.m_values.clear();
@@ -58,7 +58,7 @@ void DynamicData::dropLayout()
 {
     m_slots.clear();
     m_numbers.clear();
-    m_numbered.clear();
+    m_types.clear();
     m_unnumbered = 0;
     m_layout = 0;
 }
@@ -71,7 +71,7 @@ void DynamicData::setLayout(Layout layout, const QList<QString> &names, const QL
     for (qsizetype i = 0; i < names.size(); ++i)
         m_slots.push_back(&*m_values.try_emplace(names[i], QVariant(), units[i]).first);
     m_numbers.assign(size_t(names.size()), 0.0);
-    m_numbered.assign(size_t(names.size()), false);
+    m_types.assign(size_t(names.size()), QMetaType::UnknownType);
     m_unnumbered = names.size();
     m_layout = layout;
 }

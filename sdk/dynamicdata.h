@@ -8,6 +8,7 @@
 #include <QString>
 #include <QVariant>
 
+#include <type_traits>
 #include <vector>
 
 namespace ZUM::SDK {
@@ -65,12 +66,24 @@ public:
     template<typename T>
     void setLayoutValue(qsizetype position, T value)
     {
-        m_slots[size_t(position)]->second.setValue(value);
-        m_numbers[size_t(position)] = double(value);
-        if (!m_numbered[size_t(position)]) {
-            m_numbered[size_t(position)] = true;
-            --m_unnumbered;
+        static_assert(
+            std::is_same_v<
+                T,
+                int> || std::is_same_v<T, bool> || std::is_same_v<T, float> || std::is_same_v<T, double>);
+        constexpr int type = QMetaTypeId2<T>::MetaType;
+        const size_t i = size_t(position);
+        Value &slot = m_slots[i]->second;
+        if (m_types[i] == type) {
+            // The variant already holds a T, in its own storage (these types are never shared):
+            // overwriting it there is what setValue() would do, without its checks.
+            *static_cast<T *>(const_cast<void *>(slot.constData())) = value;
+        } else {
+            if (m_types[i] == QMetaType::UnknownType)
+                --m_unnumbered;
+            slot.setValue(value);
+            m_types[i] = type;
         }
+        m_numbers[i] = double(value);
     }
     // Once every position of the layout holds a number: the values as doubles, in layout
     // order, as QVariant::toDouble() gives them. Null before.
@@ -87,7 +100,7 @@ private:
     // change by name drops the layout, so its numbers always follow its values.
     std::vector<DynamicDataMap::value_type *> m_slots;
     std::vector<double> m_numbers;
-    std::vector<bool> m_numbered;
+    std::vector<int> m_types; // the meta-type each position holds; UnknownType before a number
     qsizetype m_unnumbered = 0;
     Layout m_layout = 0;
 };
