@@ -1,4 +1,4 @@
-#include "ibtfile.h"
+#include "ibtimage.h"
 #include "ibtwriter.h"
 #include "irtelemetryreader.h"
 #include "plugininterfaceimport.h"
@@ -394,7 +394,7 @@ void tst_Import::lapHandedOverByTheLastRecordIsListedOnce()
     QVERIFY(writeSession(whole, options));
 
     // The record whose tick hands the first flying lap over.
-    const IbtFile file = IbtFile::load(whole);
+    const IbtImage file = IbtImage::load(whole);
     const QByteArray text = file.terminatedSessionText();
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     reader.setYaml(text.constData());

@@ -1,4 +1,4 @@
-#include "ibtfile.h"
+#include "ibtimage.h"
 #include "ibtwriter.h"
 #include "irtelemetryreader.h"
 
@@ -28,7 +28,7 @@ QByteArray sessionText(int myCar, const char *simMode)
 struct Built
 {
     QByteArray bytes;
-    IbtFile file() const { return IbtFile(bytes); }
+    IbtImage file() const { return IbtImage(bytes); }
 };
 
 // Writes a file with the given variables and one record whose values come from `fill`.
@@ -69,7 +69,7 @@ std::unique_ptr<iRTelemetryReader> reader(iRTelemetryReader::Mode mode, const QB
     return result;
 }
 
-QList<Sample> decode(iRTelemetryReader &reader, const IbtFile &file, int record = 0)
+QList<Sample> decode(iRTelemetryReader &reader, const IbtImage &file, int record = 0)
 {
     return reader.getRawData(&file.header(), file.varHeaders(), file.record(record));
 }
@@ -363,7 +363,7 @@ void tst_RawExtraction::noVariablesGivesEmptySamples()
     const QByteArray session = sessionText(0, "full");
     const Built built = build(
         {}, [](IbtWriter &) {}, session);
-    const IbtFile file = built.file();
+    const IbtImage file = built.file();
     QCOMPARE(file.header().numVars, 0);
     auto r = reader(iRTelemetryReader::MyCarOnly, session);
     const QList<Sample> samples = decode(*r, file);
@@ -426,7 +426,7 @@ void tst_RawExtraction::descriptorsOutsideTheRecordAreNeverRead()
     descriptor.count = count;
     std::memcpy(at, &descriptor, sizeof descriptor);
 
-    const IbtFile file(bytes);
+    const IbtImage file(bytes);
     QCOMPARE(file.header().bufLen, 16);
     QCOMPARE(file.varHeaders()[1].offset, offset);
     auto r = reader(iRTelemetryReader::MyCarOnly, session);
@@ -462,7 +462,7 @@ void tst_RawExtraction::recordRawDataFillsTheReadersOwnSamples()
     const Built built = build(
         {variable("Gear", irsdk_int)}, [](IbtWriter &writer) { writer.setValue(0, 4); }, session);
     auto r = reader(iRTelemetryReader::MyCarOnly, session);
-    const IbtFile file = built.file();
+    const IbtImage file = built.file();
     r->recordRawData(&file.header(), file.varHeaders(), file.record(0));
     QCOMPARE(r->recordedSamples().size(), 1);
     QCOMPARE(r->recordedSamples()[0].dynamicData.value(QStringLiteral("gear")).toInt(), 4);

@@ -1,4 +1,4 @@
-#include "ibtfile.h"
+#include "ibtimage.h"
 #include "irtelemetryreader.h"
 #include "samplefiles.h"
 
@@ -61,7 +61,7 @@ void tst_RawFiles::everyRecordDecodes()
     if (file.isEmpty())
         return;
 
-    const IbtFile ibt = IbtFile::load(SampleFiles::path(file));
+    const IbtImage ibt = IbtImage::load(SampleFiles::path(file));
     QCOMPARE(ibt.recordCount(), records);
 
     const QByteArray text = ibt.terminatedSessionText();

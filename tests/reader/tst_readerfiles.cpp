@@ -1,4 +1,4 @@
-#include "ibtfile.h"
+#include "ibtimage.h"
 #include "irtelemetryreader.h"
 #include "recordedlaps.h"
 #include "samplefiles.h"
@@ -50,7 +50,7 @@ void tst_ReaderFiles::laps()
     if (file.isEmpty())
         return;
 
-    const IbtFile ibt = IbtFile::load(SampleFiles::path(file));
+    const IbtImage ibt = IbtImage::load(SampleFiles::path(file));
     const QByteArray text = ibt.terminatedSessionText();
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     reader.setYaml(text.constData());

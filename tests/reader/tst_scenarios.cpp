@@ -1,4 +1,4 @@
-#include "ibtfile.h"
+#include "ibtimage.h"
 #include "irtelemetryreader.h"
 #include "sessiongenerator.h"
 
@@ -38,7 +38,7 @@ SessionGenerator::Summary runReader(const SessionGenerator::Options &options,
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     generator.write(&buffer);
-    const IbtFile file(bytes);
+    const IbtImage file(bytes);
 
     const QByteArray text = file.terminatedSessionText();
     reader.setYaml(text.constData());

@@ -1,4 +1,4 @@
-#include "ibtfile.h"
+#include "ibtimage.h"
 #include "samplefiles.h"
 #include "tyamltree.h"
 
@@ -31,7 +31,7 @@ void tst_SessionFiles::everyFileParses()
     ZUM_REQUIRE_SAMPLE_FILES();
     QFETCH(QString, path);
 
-    const QByteArray text = IbtFile::load(path).terminatedSessionText();
+    const QByteArray text = IbtImage::load(path).terminatedSessionText();
     TYamlTree tree;
     tree.setYaml(text.constData());
     if (text.isEmpty() || text.startsWith('\0')) {
@@ -81,7 +81,7 @@ void tst_SessionFiles::knownValues()
     QFETCH(QString, userName);
     QFETCH(QString, sessionType);
 
-    const QByteArray text = IbtFile::load(SampleFiles::path(file)).terminatedSessionText();
+    const QByteArray text = IbtImage::load(SampleFiles::path(file)).terminatedSessionText();
     TYamlTree tree;
     tree.setYaml(text.constData());
     QCOMPARE(tree.pathValue("DriverInfo/DriverCarIdx"), carIdx);
