@@ -17,6 +17,8 @@ private Q_SLOTS:
     void closeDeliversWhatIsQueuedThenEnds();
     void pushAfterCloseThrows();
     void popWaitsForAnItemOrTheClose();
+    void itemsGoRoundTheRing();
+    void tryPushAndTryPopNeverWait();
 };
 
 void tst_BoundedChannel::itemsComeOutInOrder()
@@ -119,6 +121,47 @@ void tst_BoundedChannel::popWaitsForAnItemOrTheClose()
     channel.close();
     consumer.join();
     QCOMPARE(popped.load(), 5);
+}
+
+// The items live in a ring of five: many more than five pass in order.
+void tst_BoundedChannel::itemsGoRoundTheRing()
+{
+    Channel<QString, 5> channel;
+    QString item;
+    for (int i = 0; i < 23; ++i) {
+        channel.push(QString::number(i));
+        if (i >= 3) {
+            QVERIFY(channel.pop(item));
+            QCOMPARE(item, QString::number(i - 3));
+        }
+    }
+    QStringList rest;
+    channel.close();
+    while (channel.pop(item))
+        rest.append(item);
+    QCOMPARE(rest, QStringList({"20", "21", "22"}));
+}
+
+void tst_BoundedChannel::tryPushAndTryPopNeverWait()
+{
+    Channel<QString, 2> channel;
+    QString item = QStringLiteral("a");
+    QVERIFY(!channel.tryPop(item));
+    QCOMPARE(item, QStringLiteral("a"));
+    QVERIFY(channel.tryPush(item));
+    item = QStringLiteral("b");
+    QVERIFY(channel.tryPush(item));
+    item = QStringLiteral("c");
+    QVERIFY(!channel.tryPush(item)); // full: the item stays with the caller
+    QCOMPARE(item, QStringLiteral("c"));
+    QVERIFY(channel.tryPop(item));
+    QCOMPARE(item, QStringLiteral("a"));
+    channel.close();
+    item = QStringLiteral("d");
+    QVERIFY(!channel.tryPush(item)); // closed
+    QVERIFY(channel.tryPop(item));
+    QCOMPARE(item, QStringLiteral("b"));
+    QVERIFY(!channel.tryPop(item));
 }
 
 QTEST_GUILESS_MAIN(tst_BoundedChannel)

@@ -24,9 +24,14 @@ private Q_SLOTS:
     void headerFields();
     void cutShort_data();
     void cutShort();
+    void overlappingVariablesStopAtTheBound_data();
+    void overlappingVariablesStopAtTheBound();
+    void lapsBeforeTheBoundAreKept();
 
 private:
     QString importAndDescribe(const QString &path);
+    QList<QSharedPointer<ZUM::SDK::Lap>> importWithMessages(const QString &path,
+                                                            QStringList *errors);
     QString write(const QString &name, const IbtWriter::Overrides &overrides, qint64 truncateAt);
 
     QTemporaryDir m_dir;
@@ -179,6 +184,114 @@ void tst_DamagedFiles::cutShort()
            QStringLiteral("IBT import error:  Failed to read irsdk_varHeader")};
     QVERIFY2(failures.contains(outcome) || outcome.startsWith(QLatin1String("Done in ")),
              qPrintable(outcome));
+}
+
+QList<QSharedPointer<ZUM::SDK::Lap>> tst_DamagedFiles::importWithMessages(const QString &path,
+                                                                          QStringList *errors)
+{
+    QSignalSpy spy(m_plugin->dataEmitter(), &ZUM::SDK::DataEmitter::sendMessage);
+    const auto laps = m_plugin->import(path, m_plugin->availableImportFormats().first(), {});
+    for (const QList<QVariant> &message : std::as_const(spy)) {
+        if (message.at(1).toInt() == -2) {
+            const QString text = message.at(0).toString();
+            errors->append(text.mid(text.indexOf(QLatin1String("] ")) + 2));
+        }
+    }
+    return laps;
+}
+
+// Records of one byte, each read by every one of many one-byte variables at offset 0: a file
+// of a few kilobytes would ask for gigabytes of channels. The import stops at a bound that no
+// real file reaches, and says so.
+void tst_DamagedFiles::overlappingVariablesStopAtTheBound_data()
+{
+    QTest::addColumn<int>("variables");
+    QTest::addColumn<int>("records");
+    QTest::newRow("64 KB file") << 200 << 36'000;
+    QTest::newRow("256 KB file") << 800 << 140'000;
+}
+
+void tst_DamagedFiles::overlappingVariablesStopAtTheBound()
+{
+    QFETCH(int, variables);
+    QFETCH(int, records);
+    IbtWriter writer;
+    writer.setSessionInfo(SessionGenerator().sessionInfo());
+    for (int v = 0; v < variables; ++v) {
+        IbtWriter::Variable variable;
+        variable.name = "Flag" + QByteArray::number(v);
+        variable.type = irsdk_bool;
+        variable.offset = 0;
+        writer.addVariable(variable);
+    }
+    writer.setRecordLength(1);
+    const QString path = m_dir.filePath(QStringLiteral("overlapping.ibt"));
+    QVERIFY(writer.open(path));
+    for (int r = 0; r < records; ++r) {
+        writer.setValue(0, r % 2);
+        QVERIFY(writer.appendRecord());
+    }
+    QVERIFY(writer.finish());
+
+    QStringList errors;
+    const auto laps = importWithMessages(path, &errors);
+    QCOMPARE(errors.size(), 1);
+    QVERIFY2(errors.first().startsWith(QLatin1String("IBT import error:  ")),
+             qPrintable(errors.first()));
+    QVERIFY2(errors.first().contains(QString::number(QFileInfo(path).size())),
+             qPrintable(errors.first()));
+    QVERIFY(laps.isEmpty());
+}
+
+// The same session with and without variables laid over each other: what was completed
+// before the import stopped is what the whole session gives, lap for lap.
+void tst_DamagedFiles::lapsBeforeTheBoundAreKept()
+{
+    SessionGenerator::Options options;
+    options.laps = 4;
+    options.carArrays = false;
+    const SessionGenerator generator(options);
+    const QString whole = m_dir.filePath(QStringLiteral("session.ibt"));
+    QVERIFY(generator.write(whole));
+
+    // Enough extra one-byte variables at offset 0 that the records hold twice the file's bytes
+    // in values about halfway through the session.
+    const qint64 size = QFileInfo(whole).size();
+    const qint64 records = generator.summary().recordCount;
+    const qint64 values = generator.summary().variableCount;
+    const qint64 extra
+        = (2 * size - records * values / 2) / (records / 2 - 2 * qint64(sizeof(irsdk_varHeader)));
+    QVERIFY(extra > 0);
+    IbtWriter writer;
+    generator.configure(writer);
+    for (qint64 v = 0; v < extra; ++v) {
+        IbtWriter::Variable variable;
+        variable.name = "Overlap" + QByteArray::number(v);
+        variable.type = irsdk_bool;
+        variable.offset = 0;
+        writer.addVariable(variable);
+    }
+    const QString damaged = m_dir.filePath(QStringLiteral("overlaid.ibt"));
+    QVERIFY(writer.open(damaged));
+    QVERIFY(generator.writeRecords(writer));
+    QVERIFY(writer.finish());
+
+    QStringList errors;
+    const auto complete = importWithMessages(whole, &errors);
+    QVERIFY(errors.isEmpty());
+    const auto kept = importWithMessages(damaged, &errors);
+    QCOMPARE(errors.size(), 1);
+    QVERIFY(errors.first().startsWith(QLatin1String("IBT import error:  ")));
+    QVERIFY2(!kept.isEmpty() && kept.size() < complete.size(),
+             qPrintable(QStringLiteral("%1 of %2 laps: %3")
+                            .arg(kept.size())
+                            .arg(complete.size())
+                            .arg(errors.first())));
+    for (qsizetype i = 0; i < kept.size(); ++i) {
+        QCOMPARE(kept[i]->header().lapNumber, complete[i]->header().lapNumber);
+        QCOMPARE(kept[i]->header().lapTime, complete[i]->header().lapTime);
+        QCOMPARE(kept[i]->size(), complete[i]->size());
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_DamagedFiles)
