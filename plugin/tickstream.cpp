@@ -30,8 +30,11 @@ TickStream::TickStream(IbtFile &file, iRTelemetryReader &reader)
     : m_file(file)
     , m_reader(reader)
     , m_channels(std::make_unique<Channels>())
-    , m_worker(&TickStream::decode, this)
-{ }
+{
+    // The variables are learnt here, on the importing thread: the worker only reads them.
+    m_reader.prepareRawData(&m_file.header(), m_file.varHeaders());
+    m_worker = std::thread(&TickStream::decode, this);
+}
 
 TickStream::~TickStream()
 {
@@ -50,7 +53,6 @@ void TickStream::decode()
         if (perRead > 0) {
             const auto buffer = std::make_unique_for_overwrite<char[]>(size_t(perRead * length));
             const int samplesPerTick = m_reader.myCarOnly() ? 1 : m_reader.maxCars();
-            const irsdk_header &header = m_file.header();
             while (!m_stopping) {
                 const qint64 records = m_file.readRecords(buffer.get(), perRead);
                 if (records == 0)
@@ -62,8 +64,7 @@ void TickStream::decode()
                 for (qint64 r = 0; r < records; ++r) {
                     QList<Sample> &tick = batch.ticks[size_t(r)];
                     m_reader.recycleRawData(tick);
-                    m_reader.retrieveRawData(&header, m_file.varHeaders(),
-                                             buffer.get() + r * length, tick);
+                    m_reader.decodeRawData(buffer.get() + r * length, tick);
                 }
                 batch.count = records;
                 m_channels->decoded.push(std::move(batch));

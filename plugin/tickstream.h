@@ -19,15 +19,15 @@ class iRTelemetryReader;
 // with goes back to the worker, which decodes the next records into the same samples: once
 // the first batches have gone round, decoding allocates nothing.
 //
-// Threads: the worker owns the file's records, the record buffer and the decoding (the
-// reader's raw extraction, whose variable tables it writes before its first hand-over and
-// only reads afterwards). The importing thread owns everything else of the reader, the laps
-// and the batch it is reading. The two share only the channels.
+// Threads: the worker owns the file's records, the record buffer and the batches it fills; it
+// decodes with the reader's extraction tables, which the importing thread prepares before the
+// worker starts and which nothing changes afterwards. The importing thread owns the reader's
+// state, the laps and the batch it is reading. The two share only the channels.
 class TickStream
 {
 public:
-    // Starts the worker. The file must be open and stay so, as must the reader, until the
-    // stream is destroyed.
+    // Prepares the reader's extraction for the file and starts the worker. The file must be
+    // open and stay so, as must the reader, until the stream is destroyed.
     TickStream(IbtFile &file, iRTelemetryReader &reader);
     // Stops the worker and waits for it.
     ~TickStream();

@@ -195,15 +195,24 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
                                         const irsdk_varHeader *varHeaders, const char *record,
                                         QList<Sample> &samples)
 {
-    // Names and units are converted once per file; every record is decoded with them.
+    prepareRawData(header, varHeaders);
+    decodeRawData(record, samples);
+}
+
+// Names and units are converted once per file; every record is decoded with them.
+void iRTelemetryReader::prepareRawData(const irsdk_header *header,
+                                       const irsdk_varHeader *varHeaders)
+{
     if (!m_learnt)
         learnVariables(header, varHeaders);
-    if (m_myCarOnly) {
-        if (!samples.isEmpty())
-            decodeMyCar(record, samples[0]);
-        return;
-    }
-    decodeAllCars(record, samples);
+}
+
+void iRTelemetryReader::decodeRawData(const char *record, QList<Sample> &samples) const
+{
+    if (!m_myCarOnly)
+        decodeAllCars(record, samples);
+    else if (!samples.isEmpty())
+        decodeMyCar(record, samples[0]);
 }
 
 void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const

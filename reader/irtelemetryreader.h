@@ -36,6 +36,12 @@ public:
     void recordRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders,
                        const char *record);
     const QList<ZUM::SDK::Sample> &recordedSamples() const { return m_samples; }
+    // Learns the variables from the file's descriptors, once per file: the first extraction
+    // does it when nothing has before.
+    void prepareRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders);
+    // Extraction once the variables are learnt: it changes nothing of the reader, so another
+    // thread may run it while this one processes ticks.
+    void decodeRawData(const char *record, QList<ZUM::SDK::Sample> &samples) const;
     // Readies samples that processTick() gave back for decoding the next record into them: as
     // good as new samples, but keeping the storage of their values.
     void recycleRawData(QList<ZUM::SDK::Sample> &samples) const;
