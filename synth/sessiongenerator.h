@@ -9,8 +9,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
+class ChannelTable;
+class Field;
 class QIODevice;
+class RoutePlan;
+class SessionClock;
 
 // Builds a synthetic but realistic recording of one driver's session and writes it as an
 // .ibt file: the player's car drives a planned route (pit stall, pit lane, track) with a
@@ -24,6 +29,11 @@ class QIODevice;
 class SessionGenerator
 {
 public:
+    // The generator's limits; options beyond them are brought back within.
+    static constexpr double MinTrackLength = 100.0; // metres
+    static constexpr double MinLapTime = 10.0; // seconds
+    static constexpr int CarSlots = 64; // car indexes 0 to 63, the player's among them
+
     enum class Scenario {
         // From the pit stall: out lap, flying laps, in lap back to the stall.
         Practice,
@@ -186,15 +196,22 @@ public:
     bool write(QIODevice *device, QString *errorMessage = nullptr) const;
 
     static QString scenarioName(Scenario scenario);
+    // Every scenario's name, in the order of the enumeration.
+    static QStringList scenarioNames();
+    // The scenario of that name; none for a name that is not one.
+    static std::optional<Scenario> scenarioNamed(const QString &name);
     static QString lapKindName(LapKind kind);
 
 private:
-    struct Plan;
-
-    QByteArray buildSessionInfo() const;
+    void summarise();
+    template<typename Target>
+    bool writeTo(Target target, QString *errorMessage) const;
 
     Options m_options;
-    std::unique_ptr<Plan> m_plan;
+    std::unique_ptr<RoutePlan> m_plan;
+    std::unique_ptr<SessionClock> m_clock;
+    std::unique_ptr<Field> m_field;
+    std::unique_ptr<ChannelTable> m_channels;
     Summary m_summary;
     QByteArray m_sessionInfo;
 };
