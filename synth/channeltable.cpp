@@ -55,6 +55,7 @@ constexpr ChannelTable::Definition CoreChannels[] = {
      "Is the player car on pit road between the cones"},
     {ChThrottle, "Throttle", irsdk_float, 1, "%", "0=off throttle to 1=full throttle"},
     {ChBrake, "Brake", irsdk_float, 1, "%", "0=brake released to 1=max pedal force"},
+    {ChSteeringWheelAngle, "SteeringWheelAngle", irsdk_float, 1, "rad", "Steering wheel angle"},
     {ChGear, "Gear", irsdk_int, 1, "", "-1=reverse  0=neutral  1..n=current gear"},
     {ChRPM, "RPM", irsdk_float, 1, "revs/min", "Engine rpm"},
     {ChLap, "Lap", irsdk_int, 1, "", "Laps started count"},
@@ -67,6 +68,12 @@ constexpr ChannelTable::Definition CoreChannels[] = {
     {ChLastLapTime, "LastLapTime", irsdk_float, 1, "s", "Last lap time"},
     {ChSpeed, "Speed", irsdk_float, 1, "m/s", "GPS vehicle speed"},
     {ChYaw, "Yaw", irsdk_float, 1, "rad", "Yaw orientation"},
+    {ChLat, "Lat", irsdk_double, 1, "deg", "Latitude in decimal degrees"},
+    {ChLon, "Lon", irsdk_double, 1, "deg", "Longitude in decimal degrees"},
+    {ChAlt, "Alt", irsdk_float, 1, "m", "Altitude in meters"},
+    {ChVelocityX, "VelocityX", irsdk_float, 1, "m/s", "X velocity"},
+    {ChVelocityY, "VelocityY", irsdk_float, 1, "m/s", "Y velocity"},
+    {ChLatAccel, "LatAccel", irsdk_float, 1, "m/s^2", "Lateral acceleration (including gravity)"},
     {ChLongAccel, "LongAccel", irsdk_float, 1, "m/s^2",
      "Longitudinal acceleration (including gravity)"},
     {ChFuelLevel, "FuelLevel", irsdk_float, 1, "l", "Liters of fuel remaining"},
@@ -86,12 +93,9 @@ std::vector<ChannelTable::Padding> padDefinitions(int wanted)
     };
     add("FrameRate", irsdk_float, "fps", "Average frames per second", 118.0, 4.0);
     add("CpuUsageBG", irsdk_float, "%", "Percent of available tim bg thread took", 0.21, 0.02);
-    add("SteeringWheelAngle", irsdk_float, "rad", "Steering wheel angle", 0.0, 0.6);
     add("Clutch", irsdk_float, "%", "0=disengaged to 1=fully engaged", 1.0, 0.0);
     add("ThrottleRaw", irsdk_float, "%", "Raw throttle input", 0.7, 0.3);
     add("BrakeRaw", irsdk_float, "%", "Raw brake input", 0.1, 0.1);
-    add("VelocityX", irsdk_float, "m/s", "X velocity", 40.0, 15.0);
-    add("VelocityY", irsdk_float, "m/s", "Y velocity", 0.0, 0.5);
     add("VelocityZ", irsdk_float, "m/s", "Z velocity", 0.0, 0.1);
     add("YawRate", irsdk_float, "rad/s", "Yaw rate", 0.0, 0.5);
     add("PitchRate", irsdk_float, "rad/s", "Pitch rate", 0.0, 0.02);
@@ -99,10 +103,6 @@ std::vector<ChannelTable::Padding> padDefinitions(int wanted)
     add("Pitch", irsdk_float, "rad", "Pitch orientation", 0.0, 0.01);
     add("Roll", irsdk_float, "rad", "Roll orientation", 0.0, 0.02);
     add("VertAccel", irsdk_float, "m/s^2", "Vertical acceleration (including gravity)", 9.81, 0.8);
-    add("LatAccel", irsdk_float, "m/s^2", "Lateral acceleration (including gravity)", 0.0, 14.0);
-    add("Lat", irsdk_double, "deg", "Latitude in decimal degrees", -23.7036, 0.002);
-    add("Lon", irsdk_double, "deg", "Longitude in decimal degrees", -46.6997, 0.002);
-    add("Alt", irsdk_float, "m", "Altitude in meters", 760.0, 15.0);
     add("TrackTempCrew", irsdk_float, "C", "Temperature of track measured by crew", 34.85, 0.0);
     add("AirTemp", irsdk_float, "C", "Temperature of air at start/finish line", 25.56, 0.0);
     add("AirDensity", irsdk_float, "kg/m^3", "Density of air at start/finish line", 1.05, 0.0);

@@ -43,6 +43,7 @@ RecordWriter::RecordWriter(const Options &options, const RoutePlan &plan, const 
     , m_race(options.scenario == SessionGenerator::Scenario::Race)
     , m_topSpeed(LapProfile::topSpeed(plan.length(), options.lapTime) * 1.08)
     , m_at(channels.indexesIn(writer))
+    , m_kinematics(options)
 {
     for (const ChannelTable::Padding &pad : channels.padding()) {
         const int index = writer.indexOf(pad.name);
@@ -146,12 +147,26 @@ void RecordWriter::writePlayer(const Tick &tick, const LapCounter &counter)
     set(ChLastLapTime, counter.lastLapTime());
     set(ChLapCurrentLapTime, tick.time - counter.clockZero());
     set(ChSpeed, tick.stale ? 0.0 : m.speed);
-    constexpr double Turn = 2.0 * std::numbers::pi;
-    set(ChYaw, std::remainder(Turn * m.distance / length, Turn));
     set(ChLongAccel, m.acceleration);
+    writePose(m);
     const double fuel = m_plan.fuelAt(m.distance);
     set(ChFuelLevel, fuel);
     set(ChFuelLevelPct, fuel / 105.0);
+}
+
+// Where the car is and how it moves on the track's outline. Velocities are in the car's
+// frame, as the simulator's: X forward, Y to the left, which without slip stays 0.
+void RecordWriter::writePose(const CarMotion &m)
+{
+    const CarKinematics::State state = m_kinematics.at(m);
+    set(ChLat, state.latitude);
+    set(ChLon, state.longitude);
+    set(ChAlt, m_options.trackAltitude);
+    set(ChYaw, state.yaw);
+    set(ChVelocityX, state.speed);
+    set(ChVelocityY, 0.0);
+    set(ChLatAccel, state.lateralAcceleration);
+    set(ChSteeringWheelAngle, state.steeringWheelAngle);
 }
 
 // Pedals, gear and engine speed from the speed and its change: a gear per sixth of the top

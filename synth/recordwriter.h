@@ -1,5 +1,6 @@
 #pragma once
 
+#include "carkinematics.h"
 #include "carmotion.h"
 #include "channeltable.h"
 #include "sessiongenerator.h"
@@ -16,8 +17,9 @@ class RoutePlan;
 class SessionClock;
 
 // Streams the records of a generated session into an open writer: per tick the session's
-// clock, state and flags, the player's car on its route with its lap counter and its pedals,
-// the other cars with the positions, and the padding channels.
+// clock, state and flags, the player's car on its route with its lap counter, its place and
+// motion on the track's outline and its pedals, the other cars with the positions, and the
+// padding channels.
 class RecordWriter
 {
 public:
@@ -52,6 +54,7 @@ private:
     void clear();
     void writeSession(const Tick &tick, int lap);
     void writePlayer(const Tick &tick, const LapCounter &counter);
+    void writePose(const CarMotion &motion);
     void writeInputs(const CarMotion &motion);
     void writeCars(const Tick &tick, const LapCounter &counter);
     void writePadding(double pct);
@@ -64,6 +67,7 @@ private:
     const bool m_race;
     const double m_topSpeed; // m/s, where the gears end
     std::array<int, ChannelTable::ChannelCount> m_at;
+    CarKinematics m_kinematics;
     std::vector<PaddingSlot> m_padding;
     std::vector<std::pair<double, int>> m_standing; // route distance and car, for the positions
 };

@@ -27,15 +27,13 @@ RoutePlan::RoutePlan(const Options &options, int laps)
 RoutePlan::RoutePlan(const Options &o, int laps, RouteOnly)
     : m_race(o.scenario == SessionGenerator::Scenario::Race)
     , m_length(o.trackLength)
+    , m_averageLapTime(o.lapTime)
     , m_pitSpeed(o.pitSpeedLimit / 3.6 * 0.95)
 {
     for (int i = 0; i < laps; ++i)
         m_lapTimes.push_back(lapTime(i, o));
     const double average = m_length / o.lapTime;
-    const double firstLapSpeed
-        = LapProfile::topSpeed(m_length, laps > 0 ? m_lapTimes.front() : o.lapTime);
-    RoutePlanner planner
-        = m_race ? planRace(o, average, firstLapSpeed) : planPractice(o, average, firstLapSpeed);
+    RoutePlanner planner = m_race ? planRace(o, average) : planPractice(o, average);
     planPitIn(planner, o);
     m_segments = planner.takeSegments();
 }
@@ -69,9 +67,44 @@ double RoutePlan::nextAt(double distance, double pct) const
     return at;
 }
 
+double RoutePlan::firstLapTime() const
+{
+    return m_lapTimes.empty() ? m_averageLapTime : m_lapTimes.front();
+}
+
+double RoutePlan::lastLapTime() const
+{
+    return m_lapTimes.empty() ? m_averageLapTime : m_lapTimes.back();
+}
+
+// Onto the line at the first flying lap's speed: cruising to the last corner's middle,
+// arriving at its speed, then along the lap profile, as a flying lap takes that corner;
+// straight up to speed when the route joins too close to the line for that.
+void RoutePlan::runUpToLine(RoutePlanner &p, double line, double cruise) const
+{
+    const double apex = line - LapProfile::ApexShare * m_length;
+    if (p.distance() >= apex) {
+        const double top = LapProfile::topSpeed(m_length, firstLapTime());
+        p.run(line, top, top, false);
+        return;
+    }
+    p.run(apex, cruise, LapProfile::apexSpeed(m_length, firstLapTime()), false);
+    p.alongProfile(m_length, firstLapTime(), 1.0 - LapProfile::ApexShare, 1.0);
+}
+
+// From the line at the last flying lap's speed to a route distance beyond it: along the lap
+// profile through the first corner, as a flying lap takes it, then cruising; straight down
+// to the end speed when the distance comes before that corner's middle.
+void RoutePlan::runDownFromLine(RoutePlanner &p, double to, double cruise, double endSpeed) const
+{
+    if (to - p.distance() > LapProfile::ApexShare * m_length)
+        p.alongProfile(m_length, lastLapTime(), 0.0, LapProfile::ApexShare);
+    p.run(to, cruise, endSpeed, false);
+}
+
 // From the grid: get in car, warm-up, the parade behind the pace car (or a standing start),
 // the race laps from the green flag, the checkered flag, then towards the pit entry.
-RoutePlanner RoutePlan::planRace(const Options &o, double average, double firstLapSpeed)
+RoutePlanner RoutePlan::planRace(const Options &o, double average)
 {
     m_startDistance = -(1.0 - o.gridPct) * m_length;
     RoutePlanner p(o.startTime, m_startDistance);
@@ -80,13 +113,8 @@ RoutePlanner RoutePlan::planRace(const Options &o, double average, double firstL
     m_states.push_back({o.startTime, StateGetInCar});
     m_states.push_back({o.startTime + 8.0, StateWarmup});
     p.stand(16.0, false, false);
-    if (o.paradeLaps > 0) {
-        m_states.push_back({p.time(), StateParadeLaps});
-        p.run(double(o.paradeLaps) * m_length, 0.55 * average, firstLapSpeed, false);
-    } else {
-        m_states.push_back({p.time(), StateRacing});
-        p.run(0.0, firstLapSpeed, firstLapSpeed, false);
-    }
+    m_states.push_back({p.time(), o.paradeLaps > 0 ? StateParadeLaps : StateRacing});
+    runUpToLine(p, double(o.paradeLaps) * m_length, 0.55 * average);
     m_greenTime = p.time();
     if (o.paradeLaps > 0)
         m_states.push_back({m_greenTime, StateRacing});
@@ -103,13 +131,13 @@ RoutePlanner RoutePlan::planRace(const Options &o, double average, double firstL
     m_kindAfterLine[line] = LapKind::CoolDown;
     m_states.push_back({finishTime, StateCheckered});
     m_states.push_back({finishTime + 20.0, StateCoolDown});
-    p.run(nextAt(p.distance(), o.pitEntryPct), 0.5 * average, m_pitSpeed, false);
+    runDownFromLine(p, nextAt(p.distance(), o.pitEntryPct), 0.5 * average, m_pitSpeed);
     return p;
 }
 
 // From the stall: the pit lane, the out lap, the flying laps, then the in lap towards the
 // pit entry.
-RoutePlanner RoutePlan::planPractice(const Options &o, double average, double firstLapSpeed)
+RoutePlanner RoutePlan::planPractice(const Options &o, double average)
 {
     m_startDistance = o.pitStallPct * m_length;
     RoutePlanner p(o.startTime, m_startDistance);
@@ -119,7 +147,9 @@ RoutePlanner RoutePlan::planPractice(const Options &o, double average, double fi
     const double exit = nextAt(p.distance(), o.pitExitPct);
     p.run(exit, m_pitSpeed, m_pitSpeed, true);
     const double line = lineAfter(p.distance());
-    p.run(line, firstLapSpeed, firstLapSpeed, false);
+    // The out and in laps cruise at a flying lap's speed in the middle of the corners.
+    const double cruise = (1.0 - LapProfile::Depth) * average;
+    runUpToLine(p, line, cruise);
     int64_t index = int64_t(std::llround(line / m_length));
     // A stall short of the line: the out lap crosses it on pit road.
     for (int64_t k = int64_t(std::floor(m_startDistance / m_length)) + 1; k < index; ++k)
@@ -130,7 +160,7 @@ RoutePlanner RoutePlan::planPractice(const Options &o, double average, double fi
         p.flyingLap(m_length, time);
     }
     m_kindAfterLine[index] = LapKind::InLap;
-    p.run(nextAt(p.distance(), o.pitEntryPct), 0.7 * average, m_pitSpeed, false);
+    runDownFromLine(p, nextAt(p.distance(), o.pitEntryPct), cruise, m_pitSpeed);
     return p;
 }
 

@@ -82,14 +82,19 @@ private:
     double lapTime(int i, const Options &o) const;
     double lineAfter(double distance) const;
     double nextAt(double distance, double pct) const;
-    RoutePlanner planRace(const Options &o, double average, double firstLapSpeed);
-    RoutePlanner planPractice(const Options &o, double average, double firstLapSpeed);
+    RoutePlanner planRace(const Options &o, double average);
+    RoutePlanner planPractice(const Options &o, double average);
+    void runUpToLine(RoutePlanner &planner, double line, double cruise) const;
+    void runDownFromLine(RoutePlanner &planner, double to, double cruise, double endSpeed) const;
+    double firstLapTime() const;
+    double lastLapTime() const;
     void planPitIn(RoutePlanner &planner, const Options &o);
     void findCrossings();
     void placeSessionChange(const Options &o);
 
     bool m_race = false;
     double m_length = 0.0;
+    double m_averageLapTime = 0.0;
     std::vector<double> m_lapTimes;
     std::vector<RouteSegment> m_segments;
     double m_startDistance = 0.0;

@@ -73,8 +73,13 @@ void RoutePlanner::run(double to, double cruise, double endSpeed, bool pitRoad)
     ramp(to - m_distance, endSpeed, pitRoad);
 }
 
-void RoutePlanner::flyingLap(double length, double lapTime)
+void RoutePlanner::alongProfile(double length, double lapTime, double from, double to)
 {
-    append({.kind = RouteSegment::FlyingLap, .duration = lapTime, .distance = length});
-    m_speed = LapProfile::topSpeed(length, lapTime);
+    append({.kind = RouteSegment::Profile,
+            .duration = lapTime * (to - from),
+            .distance = length * (to - from),
+            .lapLength = length,
+            .lapTime = lapTime,
+            .lapStart = from});
+    m_speed = length / lapTime * (1.0 + LapProfile::Depth * std::cos(LapProfile::Wave * to));
 }

@@ -22,7 +22,11 @@ public:
     // Drives to a route distance, speeding up or slowing down to the cruising speed and
     // arriving at the end speed; on a short stretch the changes of speed are squeezed.
     void run(double to, double cruise, double endSpeed, bool pitRoad);
-    void flyingLap(double length, double lapTime);
+    // Along the profile of a flying lap of that length and time, between two shares of its
+    // time at the middle of a straight or a corner, where it has covered that share of its
+    // length.
+    void alongProfile(double length, double lapTime, double from, double to);
+    void flyingLap(double length, double lapTime) { alongProfile(length, lapTime, 0.0, 1.0); }
 
     std::vector<RouteSegment> takeSegments() { return std::move(m_segments); }
 

@@ -22,13 +22,15 @@ CarMotion RouteSegment::at(double t) const
         m.acceleration = a;
         break;
     }
-    case FlyingLap: {
-        const double u = tau / duration;
+    case Profile: {
+        const double u = lapStart + tau / lapTime;
         const double w = LapProfile::Wave;
-        const double average = distance / duration;
-        m.distance = d0 + distance * LapProfile::distanceFraction(u);
+        const double average = lapLength / lapTime;
+        m.distance = d0
+            + lapLength
+                * (LapProfile::distanceFraction(u) - LapProfile::distanceFraction(lapStart));
         m.speed = average * (1.0 + LapProfile::Depth * std::cos(w * u));
-        m.acceleration = -average * LapProfile::Depth * w / duration * std::sin(w * u);
+        m.acceleration = -average * LapProfile::Depth * w / lapTime * std::sin(w * u);
         break;
     }
     }

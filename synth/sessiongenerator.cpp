@@ -1,5 +1,6 @@
 #include "sessiongenerator.h"
 
+#include "carkinematics.h"
 #include "channeltable.h"
 #include "field.h"
 #include "recordwriter.h"
@@ -92,6 +93,7 @@ void SessionGenerator::summarise()
     s.fastRecordCount = clock.fastCount();
     s.greenFlagTime = plan.greenTime();
     s.fuelAtStart = plan.fuelAtStart();
+    s.cornerRadius = CarKinematics::cornerRadius(o);
     s.trackDisplayName = o.trackDisplayName.toLatin1();
     s.trackCity = o.trackCity.toLatin1();
     s.trackLengthText

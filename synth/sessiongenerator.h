@@ -19,7 +19,9 @@ class SessionClock;
 
 // Builds a synthetic but realistic recording of one driver's session and writes it as an
 // .ibt file: the player's car drives a planned route (pit stall, pit lane, track) with a
-// speed profile that makes every flying lap exactly its planned time, the lap counter, lap
+// speed profile that makes every flying lap exactly its planned time, on a track with a
+// closed outline placed on the earth (straights, and corners whose radii suit the profile's
+// speeds), so that its position, heading and accelerations agree; the lap counter, lap
 // clock and last-lap time behave like the simulator's around the line, other cars circulate
 // in the per-car arrays, and the session text describes track, weather, sessions with
 // results, drivers and the car set-up in the simulator's own text format.
@@ -76,6 +78,11 @@ public:
         QString trackCountry = QStringLiteral("Brazil");
         int trackId = 175;
         int trackNumTurns = 15;
+        // Where the start/finish line lies on the earth; the track's frame is turned by the
+        // north offset, as the simulator's Yaw is.
+        double trackLatitude = -23.7036; // degrees
+        double trackLongitude = -46.6997; // degrees
+        double trackAltitude = 785.28; // metres
         double trackNorthOffset = 4.1245; // rad
         double trackSurfaceTemp = 34.85; // C
         double trackAirTemp = 25.56; // C
@@ -172,6 +179,7 @@ public:
         QByteArray trackCity;
         QByteArray trackLengthText; // e.g. "4.31 km"
         double fuelAtStart = 0.0; // litres
+        double cornerRadius = 0.0; // metres, of every corner of the track's outline
     };
 
     SessionGenerator(); // a practice session with the default options
