@@ -7,12 +7,14 @@
 #include <QCommandLineParser>
 
 #include <QCoreApplication>
+#include <QList>
 #include <QMap>
 #include <QTextStream>
 
 #include <cstdio>
 #include <limits>
 #include <optional>
+#include <type_traits>
 
 namespace {
 
@@ -38,11 +40,6 @@ qint64 parseInt64(const QString &text, const QString &option, qint64 minimum,
     return value;
 }
 
-int parseInt(const QString &text, const QString &option, int minimum)
-{
-    return int(parseInt64(text, option, minimum, std::numeric_limits<int>::max()));
-}
-
 double parseDouble(const QString &text, const QString &option, double minimum)
 {
     bool ok = false;
@@ -54,6 +51,14 @@ double parseDouble(const QString &text, const QString &option, double minimum)
                                 .arg(text)};
     }
     return value;
+}
+
+// "a, b or c".
+QString alternatives(QStringList names)
+{
+    const QString last = names.takeLast();
+    return names.isEmpty() ? last
+                           : names.join(QStringLiteral(", ")) + QStringLiteral(" or ") + last;
 }
 
 // Applies "field=value" to the header overrides.
@@ -116,6 +121,159 @@ void applyHeaderField(IbtWriter::Overrides &overrides, const QString &assignment
     overrides.*(member.value()) = value;
 }
 
+// The command line's options: name, value name (empty for a switch) and help text.
+struct OptionSpec
+{
+    QString name;
+    QString valueName;
+    QString description;
+};
+
+QList<OptionSpec> optionSpecs()
+{
+    const SessionGenerator::Options defaults;
+    const auto dflt = [](const QString &text, const auto &value) {
+        return QStringLiteral("%1 (default %2).").arg(text).arg(value);
+    };
+    return {
+        {"scenario", "kind",
+         dflt(alternatives(SessionGenerator::scenarioNames()),
+              SessionGenerator::scenarioName(defaults.scenario))},
+        {"laps", "N", dflt("Flying or race laps", defaults.laps)},
+        {"lap-time", "SECONDS", dflt("Average flying lap in seconds", defaults.lapTime)},
+        {"track-length", "M", dflt("Track length in metres", defaults.trackLength)},
+        {"track-display-name", "NAME", "Track display name, written as Latin-1."},
+        {"track-city", "NAME", "Track city, written as Latin-1."},
+        {"cars", "N", dflt("Other cars besides the player", defaults.otherCars)},
+        {"player-car-idx", "N", dflt("The player's car index", defaults.playerCarIdx)},
+        {"duration", "SECONDS", "Seconds of records; fits as many laps as possible."},
+        {"start-lap", "N", "The lap counter in the first record."},
+        {"parade-laps", "N", dflt("Race: laps before the green flag", defaults.paradeLaps)},
+        {"version1", "", "Format version 1: no SessionTick variable."},
+        {"no-isontrack", "", "Leave out the IsOnTrack variable."},
+        {"no-player", "", "No DriverCarIdx in the session text."},
+        {"no-car-arrays", "", "Leave out the CarIdx* arrays."},
+        {"last-lap-time-variable", "", "Add a scalar LastLapTime variable beside LapLastLapTime."},
+        {"stale-first-record", "",
+         "First record with Lap 0 at rest, as the simulator sometimes writes."},
+        {"pad-variables", "N", "Pad the file up to N variables."},
+        {"omit", "NAME", "Leave out a variable by name (repeatable)."},
+        {"setup", "STYLE", "Car set-up section: none, gt or prototype (default gt)."},
+        {"setup-fuel-kg", "", "Set-up fuel level in kg instead of litres."},
+        {"truncate", "BYTES", "Cut the file after this many bytes."},
+        {"short-last-record", "BYTES", "Append a last record of only this many bytes."},
+        {"unknown-type", "", "Add a descriptor with type code 9."},
+        {"outside-record", "", "Add descriptors whose offset or count reach past the record."},
+        {"set-header", "FIELD=VALUE",
+         "Force a header or sub-header field, e.g. sessionInfoLen=999999 (repeatable)."},
+        {"quiet", "", "Print nothing on success."},
+    };
+}
+
+SessionGenerator::Scenario scenarioNamed(const QString &name)
+{
+    const std::optional<SessionGenerator::Scenario> scenario
+        = SessionGenerator::scenarioNamed(name);
+    if (!scenario) {
+        throw UsageFailure {QStringLiteral("unknown scenario \"%1\"; use %2")
+                                .arg(name, alternatives(SessionGenerator::scenarioNames()))};
+    }
+    return *scenario;
+}
+
+SessionGenerator::CarSetupStyle setupStyleNamed(const QString &style)
+{
+    if (style == QLatin1String("none"))
+        return SessionGenerator::CarSetupStyle::None;
+    if (style == QLatin1String("gt"))
+        return SessionGenerator::CarSetupStyle::Gt;
+    if (style == QLatin1String("prototype"))
+        return SessionGenerator::CarSetupStyle::Prototype;
+    throw UsageFailure {
+        QStringLiteral("unknown set-up style \"%1\"; use none, gt or prototype").arg(style)};
+}
+
+// The generator's options from the command line; the limits are the generator's.
+SessionGenerator::Options readOptions(const QCommandLineParser &parser)
+{
+    SessionGenerator::Options o;
+    const auto has = [&](const char *name) {
+        return parser.isSet(QLatin1String(name));
+    };
+    const auto text = [&](const char *name) {
+        return parser.value(QLatin1String(name));
+    };
+    const auto whole = [&](const char *name, auto &target, qint64 maximum) {
+        if (has(name))
+            target = std::remove_reference_t<decltype(target)>(
+                parseInt64(text(name), QLatin1String(name), 0, maximum));
+    };
+    const auto real = [&](const char *name, double &target, double minimum) {
+        if (has(name))
+            target = parseDouble(text(name), QLatin1String(name), minimum);
+    };
+    constexpr qint64 IntMax = std::numeric_limits<int>::max();
+    if (has("scenario"))
+        o.scenario = scenarioNamed(text("scenario"));
+    whole("laps", o.laps, IntMax);
+    real("lap-time", o.lapTime, SessionGenerator::MinLapTime);
+    real("track-length", o.trackLength, SessionGenerator::MinTrackLength);
+    if (has("track-display-name"))
+        o.trackDisplayName = text("track-display-name");
+    if (has("track-city"))
+        o.trackCity = text("track-city");
+    whole("cars", o.otherCars, IntMax);
+    if (o.otherCars > SessionGenerator::CarSlots - 1) {
+        throw UsageFailure {QStringLiteral("--cars allows at most %1 other cars")
+                                .arg(SessionGenerator::CarSlots - 1)};
+    }
+    whole("player-car-idx", o.playerCarIdx, IntMax);
+    if (o.playerCarIdx >= SessionGenerator::CarSlots) {
+        throw UsageFailure {
+            QStringLiteral("--player-car-idx must be below %1").arg(SessionGenerator::CarSlots)};
+    }
+    real("duration", o.duration, 1.0);
+    whole("start-lap", o.startLap, IntMax);
+    whole("parade-laps", o.paradeLaps, IntMax);
+    if (has("version1"))
+        o.version = 1;
+    o.isOnTrackVariable = !has("no-isontrack");
+    o.player = !has("no-player");
+    o.carArrays = !has("no-car-arrays");
+    o.lastLapTimeVariable = has("last-lap-time-variable");
+    o.firstRecordLapZero = has("stale-first-record");
+    whole("pad-variables", o.totalVariables, IntMax);
+    o.omitVariables = parser.values(QStringLiteral("omit"));
+    if (has("setup"))
+        o.carSetup = setupStyleNamed(text("setup"));
+    o.setupFuelInKg = has("setup-fuel-kg");
+    whole("truncate", o.truncateAt, std::numeric_limits<qint64>::max());
+    whole("short-last-record", o.shortLastRecordBytes, IntMax);
+    o.unknownTypeVariable = has("unknown-type");
+    o.variablesOutsideRecord = has("outside-record");
+    for (const QString &assignment : parser.values(QStringLiteral("set-header")))
+        applyHeaderField(o.overrides, assignment);
+    return o;
+}
+
+void printSummary(const QString &output, const SessionGenerator &generator)
+{
+    const SessionGenerator::Summary &s = generator.summary();
+    QTextStream out(stdout);
+    out << output << ": " << SessionGenerator::scenarioName(generator.options().scenario) << ", "
+        << s.recordCount << " records of " << s.recordLength << " bytes, " << s.variableCount
+        << " variables, session time " << s.firstSessionTime << " to " << s.lastSessionTime
+        << " s\n";
+    for (const SessionGenerator::Lap &lap : s.laps) {
+        out << "  lap " << lap.lap << " (" << SessionGenerator::lapKindName(lap.kind)
+            << ", session " << lap.sessionNum << "): " << lap.startTime << " to " << lap.endTime
+            << " s";
+        if (lap.lapTime >= 0.0)
+            out << ", lap time " << QString::number(lap.lapTime, 'f', 3) << " s";
+        out << "\n";
+    }
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -131,92 +289,8 @@ int main(int argc, char *argv[])
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("OUTPUT.ibt"),
                                  QStringLiteral("The file to write."));
-
-    const QCommandLineOption scenario(
-        QStringLiteral("scenario"),
-        QStringLiteral("practice, race, replay or session-change (default practice)."),
-        QStringLiteral("kind"), QStringLiteral("practice"));
-    const QCommandLineOption laps(QStringLiteral("laps"),
-                                  QStringLiteral("Flying or race laps (default 3)."),
-                                  QStringLiteral("N"));
-    const QCommandLineOption lapTime(QStringLiteral("lap-time"),
-                                     QStringLiteral("Average flying lap in seconds (default 100)."),
-                                     QStringLiteral("SECONDS"));
-    const QCommandLineOption trackLength(QStringLiteral("track-length"),
-                                         QStringLiteral("Track length in metres (default 4309)."),
-                                         QStringLiteral("M"));
-    const QCommandLineOption trackDisplayName(
-        QStringLiteral("track-display-name"),
-        QStringLiteral("Track display name, written as Latin-1."), QStringLiteral("NAME"));
-    const QCommandLineOption trackCity(QStringLiteral("track-city"),
-                                       QStringLiteral("Track city, written as Latin-1."),
-                                       QStringLiteral("NAME"));
-    const QCommandLineOption cars(QStringLiteral("cars"),
-                                  QStringLiteral("Other cars besides the player (default 3)."),
-                                  QStringLiteral("N"));
-    const QCommandLineOption playerCarIdx(QStringLiteral("player-car-idx"),
-                                          QStringLiteral("The player's car index (default 0)."),
-                                          QStringLiteral("N"));
-    const QCommandLineOption duration(
-        QStringLiteral("duration"),
-        QStringLiteral("Seconds of records; fits as many laps as possible."),
-        QStringLiteral("SECONDS"));
-    const QCommandLineOption startLap(QStringLiteral("start-lap"),
-                                      QStringLiteral("The lap counter in the first record."),
-                                      QStringLiteral("N"));
-    const QCommandLineOption paradeLaps(
-        QStringLiteral("parade-laps"),
-        QStringLiteral("Race: laps before the green flag (default 1)."), QStringLiteral("N"));
-    const QCommandLineOption version1(QStringLiteral("version1"),
-                                      QStringLiteral("Format version 1: no SessionTick variable."));
-    const QCommandLineOption noIsOnTrack(QStringLiteral("no-isontrack"),
-                                         QStringLiteral("Leave out the IsOnTrack variable."));
-    const QCommandLineOption noPlayer(QStringLiteral("no-player"),
-                                      QStringLiteral("No DriverCarIdx in the session text."));
-    const QCommandLineOption noCarArrays(QStringLiteral("no-car-arrays"),
-                                         QStringLiteral("Leave out the CarIdx* arrays."));
-    const QCommandLineOption lastLapTime(
-        QStringLiteral("last-lap-time-variable"),
-        QStringLiteral("Add a scalar LastLapTime variable beside LapLastLapTime."));
-    const QCommandLineOption staleFirstRecord(
-        QStringLiteral("stale-first-record"),
-        QStringLiteral("First record with Lap 0 at rest, as the simulator sometimes writes."));
-    const QCommandLineOption padVariables(QStringLiteral("pad-variables"),
-                                          QStringLiteral("Pad the file up to N variables."),
-                                          QStringLiteral("N"));
-    const QCommandLineOption omit(QStringLiteral("omit"),
-                                  QStringLiteral("Leave out a variable by name (repeatable)."),
-                                  QStringLiteral("NAME"));
-    const QCommandLineOption setup(
-        QStringLiteral("setup"),
-        QStringLiteral("Car set-up section: none, gt or prototype (default gt)."),
-        QStringLiteral("STYLE"));
-    const QCommandLineOption fuelKg(QStringLiteral("setup-fuel-kg"),
-                                    QStringLiteral("Set-up fuel level in kg instead of litres."));
-    const QCommandLineOption truncate(QStringLiteral("truncate"),
-                                      QStringLiteral("Cut the file after this many bytes."),
-                                      QStringLiteral("BYTES"));
-    const QCommandLineOption shortLast(
-        QStringLiteral("short-last-record"),
-        QStringLiteral("Append a last record of only this many bytes."), QStringLiteral("BYTES"));
-    const QCommandLineOption unknownType(QStringLiteral("unknown-type"),
-                                         QStringLiteral("Add a descriptor with type code 9."));
-    const QCommandLineOption outside(
-        QStringLiteral("outside-record"),
-        QStringLiteral("Add descriptors whose offset or count reach past the record."));
-    const QCommandLineOption setHeader(
-        QStringLiteral("set-header"),
-        QStringLiteral("Force a header or sub-header field, e.g. sessionInfoLen=999999 "
-                       "(repeatable)."),
-        QStringLiteral("FIELD=VALUE"));
-    const QCommandLineOption quiet(QStringLiteral("quiet"),
-                                   QStringLiteral("Print nothing on success."));
-    parser.addOptions(
-        {scenario,    laps,         lapTime,     trackLength, trackDisplayName, trackCity,
-         cars,        playerCarIdx, duration,    startLap,    paradeLaps,       version1,
-         noIsOnTrack, noPlayer,     noCarArrays, lastLapTime, staleFirstRecord, padVariables,
-         omit,        setup,        fuelKg,      truncate,    shortLast,        unknownType,
-         outside,     setHeader,    quiet});
+    for (const OptionSpec &spec : optionSpecs())
+        parser.addOption(QCommandLineOption(spec.name, spec.description, spec.valueName));
 
     // Usage errors end with status 2, as command-line tools commonly do.
     QTextStream err(stderr);
@@ -241,81 +315,7 @@ int main(int argc, char *argv[])
                     : QStringLiteral("only one OUTPUT.ibt, not %1").arg(positional.size())};
         }
         output = positional.front();
-
-        const QMap<QString, SessionGenerator::Scenario> scenarios = {
-            {QStringLiteral("practice"), SessionGenerator::Scenario::Practice},
-            {QStringLiteral("race"), SessionGenerator::Scenario::Race},
-            {QStringLiteral("replay"), SessionGenerator::Scenario::Replay},
-            {QStringLiteral("session-change"), SessionGenerator::Scenario::SessionChange},
-        };
-        const QString kind = parser.value(scenario);
-        if (!scenarios.contains(kind)) {
-            throw UsageFailure {
-                QStringLiteral("unknown scenario \"%1\"; use practice, race, replay "
-                               "or session-change")
-                    .arg(kind)};
-        }
-        options.scenario = scenarios.value(kind);
-        if (parser.isSet(laps))
-            options.laps = parseInt(parser.value(laps), laps.names().front(), 0);
-        if (parser.isSet(lapTime))
-            options.lapTime = parseDouble(parser.value(lapTime), lapTime.names().front(), 10.0);
-        if (parser.isSet(trackLength))
-            options.trackLength
-                = parseDouble(parser.value(trackLength), trackLength.names().front(), 100.0);
-        if (parser.isSet(trackDisplayName))
-            options.trackDisplayName = parser.value(trackDisplayName);
-        if (parser.isSet(trackCity))
-            options.trackCity = parser.value(trackCity);
-        if (parser.isSet(cars))
-            options.otherCars = parseInt(parser.value(cars), cars.names().front(), 0);
-        if (options.otherCars > 63)
-            throw UsageFailure {QStringLiteral("--cars allows at most 63 other cars")};
-        if (parser.isSet(playerCarIdx))
-            options.playerCarIdx
-                = parseInt(parser.value(playerCarIdx), playerCarIdx.names().front(), 0);
-        if (options.playerCarIdx > 63)
-            throw UsageFailure {QStringLiteral("--player-car-idx must be below 64")};
-        if (parser.isSet(duration))
-            options.duration = parseDouble(parser.value(duration), duration.names().front(), 1.0);
-        if (parser.isSet(startLap))
-            options.startLap = parseInt(parser.value(startLap), startLap.names().front(), 0);
-        if (parser.isSet(paradeLaps))
-            options.paradeLaps = parseInt(parser.value(paradeLaps), paradeLaps.names().front(), 0);
-        if (parser.isSet(version1))
-            options.version = 1;
-        options.isOnTrackVariable = !parser.isSet(noIsOnTrack);
-        options.player = !parser.isSet(noPlayer);
-        options.carArrays = !parser.isSet(noCarArrays);
-        options.lastLapTimeVariable = parser.isSet(lastLapTime);
-        options.firstRecordLapZero = parser.isSet(staleFirstRecord);
-        if (parser.isSet(padVariables))
-            options.totalVariables
-                = parseInt(parser.value(padVariables), padVariables.names().front(), 0);
-        options.omitVariables = parser.values(omit);
-        if (parser.isSet(setup)) {
-            const QString style = parser.value(setup);
-            if (style == QLatin1String("none"))
-                options.carSetup = SessionGenerator::CarSetupStyle::None;
-            else if (style == QLatin1String("gt"))
-                options.carSetup = SessionGenerator::CarSetupStyle::Gt;
-            else if (style == QLatin1String("prototype"))
-                options.carSetup = SessionGenerator::CarSetupStyle::Prototype;
-            else
-                throw UsageFailure {
-                    QStringLiteral("unknown set-up style \"%1\"; use none, gt or prototype")
-                        .arg(style)};
-        }
-        options.setupFuelInKg = parser.isSet(fuelKg);
-        if (parser.isSet(truncate))
-            options.truncateAt = parseInt64(parser.value(truncate), truncate.names().front(), 0);
-        if (parser.isSet(shortLast))
-            options.shortLastRecordBytes
-                = parseInt(parser.value(shortLast), shortLast.names().front(), 0);
-        options.unknownTypeVariable = parser.isSet(unknownType);
-        options.variablesOutsideRecord = parser.isSet(outside);
-        for (const QString &assignment : parser.values(setHeader))
-            applyHeaderField(options.overrides, assignment);
+        options = readOptions(parser);
     } catch (const UsageFailure &failure) {
         err << "ibt-write: " << failure.message << "\n"
             << "Try 'ibt-write --help'.\n";
@@ -328,21 +328,7 @@ int main(int argc, char *argv[])
         err << "ibt-write: " << error << "\n";
         return WriteError;
     }
-    if (!parser.isSet(quiet)) {
-        const SessionGenerator::Summary &s = generator.summary();
-        QTextStream out(stdout);
-        out << output << ": " << SessionGenerator::scenarioName(options.scenario) << ", "
-            << s.recordCount << " records of " << s.recordLength << " bytes, " << s.variableCount
-            << " variables, session time " << s.firstSessionTime << " to " << s.lastSessionTime
-            << " s\n";
-        for (const SessionGenerator::Lap &lap : s.laps) {
-            out << "  lap " << lap.lap << " (" << SessionGenerator::lapKindName(lap.kind)
-                << ", session " << lap.sessionNum << "): " << lap.startTime << " to " << lap.endTime
-                << " s";
-            if (lap.lapTime >= 0.0)
-                out << ", lap time " << QString::number(lap.lapTime, 'f', 3) << " s";
-            out << "\n";
-        }
-    }
+    if (!parser.isSet(QStringLiteral("quiet")))
+        printSummary(output, generator);
     return 0;
 }

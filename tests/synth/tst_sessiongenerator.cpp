@@ -1,3 +1,4 @@
+#include "quickoptions.h"
 #include "sessiongenerator.h"
 #include "writtenfile.h"
 
@@ -14,18 +15,6 @@ using LapKind = SessionGenerator::LapKind;
 Q_DECLARE_METATYPE(SessionGenerator::Options)
 
 namespace {
-
-// Short sessions on a short track keep the tests quick.
-Options quick(Scenario scenario)
-{
-    Options o;
-    o.scenario = scenario;
-    o.trackLength = 1500.0;
-    o.lapTime = 40.0;
-    o.laps = 3;
-    o.replayFastRecords = 180;
-    return o;
-}
 
 bool wraps(double before, double after)
 {
@@ -193,11 +182,8 @@ void tst_SessionGenerator::lapCounterStepsWhereLapDistPctWraps_data()
     QTest::newRow("race from a standing start") << standing;
     QTest::newRow("replay") << quick(Scenario::Replay);
     QTest::newRow("session change") << quick(Scenario::SessionChange);
-    Options late = quick(Scenario::Practice);
+    Options late = pitsBeforeTheLine();
     late.startLap = 170;
-    late.pitStallPct = 0.97;
-    late.pitExitPct = 0.08;
-    late.pitEntryPct = 0.85;
     QTest::newRow("pits before the line, lap counter at 170") << late;
 }
 
@@ -651,13 +637,7 @@ void tst_SessionGenerator::channelsStayPlausible_data()
     QTest::addColumn<Options>("options");
     QTest::newRow("practice") << quick(Scenario::Practice);
     QTest::newRow("race") << quick(Scenario::Race);
-    Options oval = quick(Scenario::Practice);
-    oval.trackLength = 850.0;
-    oval.lapTime = 20.0;
-    oval.pitStallPct = 0.5;
-    oval.pitExitPct = 0.6;
-    oval.pitEntryPct = 0.4;
-    QTest::newRow("short oval with the pits on the back straight") << oval;
+    QTest::newRow("short oval with the pits on the back straight") << shortTrack(20.0);
 }
 
 void tst_SessionGenerator::channelsStayPlausible()

@@ -9,12 +9,19 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
+class ChannelTable;
+class Field;
 class QIODevice;
+class RoutePlan;
+class SessionClock;
 
 // Builds a synthetic but realistic recording of one driver's session and writes it as an
 // .ibt file: the player's car drives a planned route (pit stall, pit lane, track) with a
-// speed profile that makes every flying lap exactly its planned time, the lap counter, lap
+// speed profile that makes every flying lap exactly its planned time, on a track with a
+// closed outline placed on the earth (straights, and corners whose radii suit the profile's
+// speeds), so that its position, heading and accelerations agree; the lap counter, lap
 // clock and last-lap time behave like the simulator's around the line, other cars circulate
 // in the per-car arrays, and the session text describes track, weather, sessions with
 // results, drivers and the car set-up in the simulator's own text format.
@@ -24,6 +31,11 @@ class QIODevice;
 class SessionGenerator
 {
 public:
+    // The generator's limits; options beyond them are brought back within.
+    static constexpr double MinTrackLength = 100.0; // metres
+    static constexpr double MinLapTime = 10.0; // seconds
+    static constexpr int CarSlots = 64; // car indexes 0 to 63, the player's among them
+
     enum class Scenario {
         // From the pit stall: out lap, flying laps, in lap back to the stall.
         Practice,
@@ -66,6 +78,11 @@ public:
         QString trackCountry = QStringLiteral("Brazil");
         int trackId = 175;
         int trackNumTurns = 15;
+        // Where the start/finish line lies on the earth; the track's frame is turned by the
+        // north offset, as the simulator's Yaw is.
+        double trackLatitude = -23.7036; // degrees
+        double trackLongitude = -46.6997; // degrees
+        double trackAltitude = 785.28; // metres
         double trackNorthOffset = 4.1245; // rad
         double trackSurfaceTemp = 34.85; // C
         double trackAirTemp = 25.56; // C
@@ -162,6 +179,7 @@ public:
         QByteArray trackCity;
         QByteArray trackLengthText; // e.g. "4.31 km"
         double fuelAtStart = 0.0; // litres
+        double cornerRadius = 0.0; // metres, of every corner of the track's outline
     };
 
     SessionGenerator(); // a practice session with the default options
@@ -186,15 +204,22 @@ public:
     bool write(QIODevice *device, QString *errorMessage = nullptr) const;
 
     static QString scenarioName(Scenario scenario);
+    // Every scenario's name, in the order of the enumeration.
+    static QStringList scenarioNames();
+    // The scenario of that name; none for a name that is not one.
+    static std::optional<Scenario> scenarioNamed(const QString &name);
     static QString lapKindName(LapKind kind);
 
 private:
-    struct Plan;
-
-    QByteArray buildSessionInfo() const;
+    void summarise();
+    template<typename Target>
+    bool writeTo(Target target, QString *errorMessage) const;
 
     Options m_options;
-    std::unique_ptr<Plan> m_plan;
+    std::unique_ptr<RoutePlan> m_plan;
+    std::unique_ptr<SessionClock> m_clock;
+    std::unique_ptr<Field> m_field;
+    std::unique_ptr<ChannelTable> m_channels;
     Summary m_summary;
     QByteArray m_sessionInfo;
 };

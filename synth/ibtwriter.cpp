@@ -39,7 +39,9 @@ T load(const char *source)
     return value;
 }
 
-// Integers of the file are 32-bit; out-of-range doubles are clamped rather than overflowing.
+// Truncates toward zero, NaN to 0. Only the conversion from double is clamped (to the 64-bit
+// range, where it is defined); narrowing to the variable's 8 or 32 bits then wraps, keeping
+// the low bits, so an out-of-range value is not clamped to the variable's range.
 int64_t toInteger(double value)
 {
     if (std::isnan(value))
