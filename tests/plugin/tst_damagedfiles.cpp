@@ -186,6 +186,22 @@ void tst_DamagedFiles::cutShort()
              qPrintable(outcome));
 }
 
+namespace {
+
+// One-byte variables of distinct names, all reading the record's first byte.
+void addFlagsAtOffsetZero(IbtWriter &writer, int count)
+{
+    for (int v = 0; v < count; ++v) {
+        IbtWriter::Variable variable;
+        variable.name = "Flag" + QByteArray::number(v);
+        variable.type = irsdk_bool;
+        variable.offset = 0;
+        writer.addVariable(variable);
+    }
+}
+
+} // namespace
+
 QList<QSharedPointer<ZUM::SDK::Lap>> tst_DamagedFiles::importWithMessages(const QString &path,
                                                                           QStringList *errors)
 {
@@ -217,13 +233,7 @@ void tst_DamagedFiles::overlappingVariablesStopAtTheBound()
     QFETCH(int, records);
     IbtWriter writer;
     writer.setSessionInfo(SessionGenerator().sessionInfo());
-    for (int v = 0; v < variables; ++v) {
-        IbtWriter::Variable variable;
-        variable.name = "Flag" + QByteArray::number(v);
-        variable.type = irsdk_bool;
-        variable.offset = 0;
-        writer.addVariable(variable);
-    }
+    addFlagsAtOffsetZero(writer, variables);
     writer.setRecordLength(1);
     const QString path = m_dir.filePath(QStringLiteral("overlapping.ibt"));
     QVERIFY(writer.open(path));
@@ -264,13 +274,7 @@ void tst_DamagedFiles::lapsBeforeTheBoundAreKept()
     QVERIFY(extra > 0);
     IbtWriter writer;
     generator.configure(writer);
-    for (qint64 v = 0; v < extra; ++v) {
-        IbtWriter::Variable variable;
-        variable.name = "Overlap" + QByteArray::number(v);
-        variable.type = irsdk_bool;
-        variable.offset = 0;
-        writer.addVariable(variable);
-    }
+    addFlagsAtOffsetZero(writer, int(extra));
     const QString damaged = m_dir.filePath(QStringLiteral("overlaid.ibt"));
     QVERIFY(writer.open(damaged));
     QVERIFY(generator.writeRecords(writer));
