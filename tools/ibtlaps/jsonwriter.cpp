@@ -1,31 +1,13 @@
 #include "jsonwriter.h"
 
-#include "numbertext.h"
-
-#include <QIODevice>
-
-namespace {
-
-// Bytes gathered before they go to the device.
-constexpr qsizetype bufferLimit = 1 << 20;
-
-} // namespace
-
 JsonWriter::JsonWriter(QIODevice *device)
-    : m_device(device)
-{
-    m_buffer.reserve(bufferLimit + 4096);
-}
-
-JsonWriter::~JsonWriter()
-{
-    flush();
-}
+    : m_output(device)
+{ }
 
 void JsonWriter::beginObject(Layout layout)
 {
     beforeValue();
-    m_buffer += '{';
+    m_output.append('{');
     m_levels.append({true, nestedLayout(layout)});
 }
 
@@ -37,7 +19,7 @@ void JsonWriter::endObject()
 void JsonWriter::beginArray(Layout layout)
 {
     beforeValue();
-    m_buffer += '[';
+    m_output.append('[');
     m_levels.append({false, nestedLayout(layout)});
 }
 
@@ -50,7 +32,7 @@ void JsonWriter::key(const QString &name)
 {
     startElement();
     appendString(name);
-    m_buffer += ": ";
+    m_output.append(": ", 2);
     m_afterKey = true;
 }
 
@@ -58,46 +40,39 @@ void JsonWriter::string(const QString &text)
 {
     beforeValue();
     if (text.isNull())
-        m_buffer += "null";
+        m_output.append("null", 4);
     else
         appendString(text);
-    flushWhenFull();
+    m_output.flushWhenFull();
 }
 
 void JsonWriter::number(double value)
 {
     beforeValue();
-    const QByteArray text = shortestNumberText(value);
-    m_buffer += text.isEmpty() ? QByteArrayLiteral("null") : text;
-    flushWhenFull();
+    if (!m_output.appendNumber(value))
+        m_output.append("null", 4);
+    m_output.flushWhenFull();
 }
 
 void JsonWriter::integer(qint64 value)
 {
     beforeValue();
-    m_buffer += QByteArray::number(value);
+    m_output.appendInteger(value);
 }
 
 void JsonWriter::boolean(bool value)
 {
     beforeValue();
-    m_buffer += value ? "true" : "false";
+    if (value)
+        m_output.append("true", 4);
+    else
+        m_output.append("false", 5);
 }
 
 void JsonWriter::null()
 {
     beforeValue();
-    m_buffer += "null";
-}
-
-bool JsonWriter::flush()
-{
-    if (!m_buffer.isEmpty() && !m_error) {
-        if (m_device->write(m_buffer) != m_buffer.size())
-            m_error = true;
-    }
-    m_buffer.clear();
-    return !m_error;
+    m_output.append("null", 4);
 }
 
 void JsonWriter::beforeValue()
@@ -114,11 +89,11 @@ void JsonWriter::startElement()
 {
     Level &level = m_levels.last();
     if (!level.empty)
-        m_buffer += ',';
+        m_output.append(',');
     if (level.layout == Layout::Indented)
         newLine(m_levels.size());
     else if (!level.empty)
-        m_buffer += ' ';
+        m_output.append(' ');
     level.empty = false;
 }
 
@@ -133,56 +108,50 @@ void JsonWriter::endContainer(char bracket)
     const Level level = m_levels.takeLast();
     if (level.layout == Layout::Indented && !level.empty)
         newLine(m_levels.size());
-    m_buffer += bracket;
+    m_output.append(bracket);
     if (m_levels.isEmpty())
-        m_buffer += '\n';
-    flushWhenFull();
+        m_output.append('\n');
+    m_output.flushWhenFull();
 }
 
 void JsonWriter::newLine(qsizetype depth)
 {
-    m_buffer += '\n';
-    m_buffer.append(depth * 2, ' ');
+    m_output.append('\n');
+    for (qsizetype i = 0; i < depth; ++i)
+        m_output.append("  ", 2);
 }
 
 void JsonWriter::appendString(const QString &text)
 {
     static const char hex[] = "0123456789abcdef";
     const QByteArray utf8 = text.toUtf8();
-    m_buffer += '"';
+    m_output.append('"');
     for (const char c : utf8) {
         const auto byte = static_cast<unsigned char>(c);
         switch (c) {
         case '"':
-            m_buffer += "\\\"";
+            m_output.append("\\\"", 2);
             break;
         case '\\':
-            m_buffer += "\\\\";
+            m_output.append("\\\\", 2);
             break;
         case '\n':
-            m_buffer += "\\n";
+            m_output.append("\\n", 2);
             break;
         case '\r':
-            m_buffer += "\\r";
+            m_output.append("\\r", 2);
             break;
         case '\t':
-            m_buffer += "\\t";
+            m_output.append("\\t", 2);
             break;
         default:
             if (byte < 0x20) {
-                m_buffer += "\\u00";
-                m_buffer += hex[byte >> 4];
-                m_buffer += hex[byte & 0xf];
+                const char escape[] = {'\\', 'u', '0', '0', hex[byte >> 4], hex[byte & 0xf]};
+                m_output.append(escape, sizeof escape);
             } else {
-                m_buffer += c;
+                m_output.append(c);
             }
         }
     }
-    m_buffer += '"';
-}
-
-void JsonWriter::flushWhenFull()
-{
-    if (m_buffer.size() >= bufferLimit)
-        flush();
+    m_output.append('"');
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QByteArray>
+#include "outputbuffer.h"
+
 #include <QList>
 #include <QString>
 
@@ -8,7 +9,7 @@ class QIODevice;
 
 // Streams JSON text to a device, so that laps with millions of samples never have to sit in
 // memory as a document. Numbers are written in their shortest round-trip form (see
-// shortestNumberText); NaN and the infinities, which JSON cannot hold, become null, and so
+// OutputBuffer); NaN and the infinities, which JSON cannot hold, become null, and so
 // do null strings.
 //
 // Containers are either indented, one element per line, or inline, all on one line; an
@@ -19,7 +20,6 @@ public:
     enum class Layout { Indented, Inline };
 
     explicit JsonWriter(QIODevice *device);
-    ~JsonWriter();
     JsonWriter(const JsonWriter &) = delete;
     JsonWriter &operator=(const JsonWriter &) = delete;
 
@@ -38,8 +38,8 @@ public:
     void null();
 
     // Hands everything written so far to the device; false once any write has failed.
-    bool flush();
-    bool hasError() const { return m_error; }
+    bool flush() { return m_output.flush(); }
+    bool hasError() const { return m_output.hasError(); }
 
 private:
     struct Level
@@ -56,11 +56,8 @@ private:
     Layout nestedLayout(Layout wanted) const;
     void newLine(qsizetype depth);
     void appendString(const QString &text);
-    void flushWhenFull();
 
-    QIODevice *m_device;
-    QByteArray m_buffer;
+    OutputBuffer m_output;
     QList<Level> m_levels;
     bool m_afterKey = false;
-    bool m_error = false;
 };

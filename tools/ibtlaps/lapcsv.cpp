@@ -1,7 +1,7 @@
 #include "lapcsv.h"
 
 #include "generateuniquefilename.h"
-#include "numbertext.h"
+#include "outputbuffer.h"
 
 #include <QFileInfo>
 #include <QSaveFile>
@@ -49,35 +49,39 @@ bool writeLap(const Lap &lap, const QString &path)
     const QList<Column> columns = columnsOf(lap);
     // Every sample gets a row, also when a channel came out longer than the lap's count.
     qint64 rows = lap.size();
-    for (const Column &column : columns)
+    struct Values
+    {
+        const double *data;
+        qint64 size;
+    };
+    std::vector<Values> values;
+    values.reserve(size_t(columns.size()));
+    for (const Column &column : columns) {
         rows = std::max(rows, column.channel->size());
+        values.push_back({column.channel->constData(), column.channel->size()});
+    }
 
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    QByteArray text;
+    OutputBuffer text(&file);
     for (qsizetype i = 0; i < columns.size(); ++i) {
         if (i > 0)
-            text += ',';
-        text += cellText(columns[i].title);
+            text.append(',');
+        text.append(cellText(columns[i].title));
     }
-    text += '\n';
+    text.append('\n');
     for (qint64 row = 0; row < rows; ++row) {
-        for (qsizetype i = 0; i < columns.size(); ++i) {
+        for (size_t i = 0; i < values.size(); ++i) {
             if (i > 0)
-                text += ',';
-            const Channel &channel = *columns[i].channel;
-            if (row < channel.size() && channel.isValid(row))
-                text += shortestNumberText(channel.value(row));
+                text.append(',');
+            if (row < values[i].size && ZUM::SDK::isValidValue(values[i].data[row]))
+                text.appendNumber(values[i].data[row]);
         }
-        text += '\n';
-        if (text.size() >= (1 << 20)) {
-            file.write(text);
-            text.clear();
-        }
+        text.append('\n');
+        text.flushWhenFull();
     }
-    file.write(text);
-    return file.commit();
+    return text.flush() && file.commit();
 }
 
 } // namespace
