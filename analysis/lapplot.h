@@ -1,0 +1,46 @@
+#pragma once
+
+#include "lapchannels.h"
+#include "unitsystem.h"
+
+#include <QDateTime>
+#include <QImage>
+#include <QList>
+#include <QRect>
+#include <QString>
+
+#include <optional>
+
+// The picture a driver reads a session from at a glance, one per file: speed, the delta to
+// the best lap, throttle and brake, and gear over lap distance, one above the other on the
+// same distance axis; a legend of the laps beside them; the track map coloured by speed and
+// the session summary below. Needs a QGuiApplication for its fonts.
+class LapPlot
+{
+public:
+    static constexpr int Width = 1600;
+    static constexpr int Height = 2250;
+
+    struct Input
+    {
+        QString file; // named in the subtitle
+        Laps laps; // every lap of the file
+        QList<qsizetype> chosen; // the laps to draw, indexes into laps
+        std::optional<qint32> compareLap; // set against the best lap's inputs
+        Units units = Units::Metric;
+        QDateTime recordingStart; // invalid when not known
+    };
+
+    static QImage render(const Input &input);
+
+    // Where the layout puts each part of the picture.
+    static QRect speedPanel() { return {120, 190, 1180, 380}; }
+    static QRect legendBox() { return {1340, 190, 240, 730}; }
+    static QRect deltaPanel() { return {120, 680, 1180, 240}; }
+    static QRect inputsPanel() { return {120, 1030, 1180, 200}; }
+    static QRect inputsKeyBox() { return {1340, 1030, 240, 200}; }
+    static QRect gearPanel() { return {120, 1340, 1180, 120}; }
+    static QRect trackMapPanel() { return {120, 1570, 620, 620}; }
+    static QRect speedScale() { return {780, 1570, 26, 620}; }
+    static QRect summaryBox() { return {990, 1570, 590, 620}; }
+};

@@ -1,0 +1,58 @@
+#include "laptime.h"
+
+#include <cmath>
+
+namespace {
+
+// A lap the simulator did not time carries this marker as its lap time.
+const QTime untimedLap(0, 59, 59, 0);
+
+} // namespace
+
+bool LapTime::isTimed(const QTime &lapTime)
+{
+    return lapTime.isValid() && lapTime != untimedLap;
+}
+
+bool LapTime::isTimedLap(const ZUM::SDK::LapHeader &header)
+{
+    return header.completed && isTimed(header.lapTime);
+}
+
+double LapTime::seconds(const QTime &lapTime)
+{
+    return lapTime.msecsSinceStartOfDay() / 1000.0;
+}
+
+QString LapTime::text(const QTime &lapTime)
+{
+    if (!lapTime.isValid())
+        return QStringLiteral("-");
+    if (!isTimed(lapTime))
+        return QStringLiteral("no time");
+    if (lapTime.hour() > 0)
+        return lapTime.toString(QStringLiteral("h:mm:ss.zzz"));
+    return lapTime.toString(QStringLiteral("m:ss.zzz"));
+}
+
+QString LapTime::text(double seconds)
+{
+    const qint64 milliseconds = std::llround(std::abs(seconds) * 1000.0);
+    const QString sign = seconds < 0 && milliseconds > 0 ? QStringLiteral("-") : QString();
+    const qint64 minutes = milliseconds / 60000;
+    const QString rest
+        = QStringLiteral("%1.%2")
+              .arg(milliseconds / 1000 % 60, minutes > 0 ? 2 : 1, 10, QLatin1Char('0'))
+              .arg(milliseconds % 1000, 3, 10, QLatin1Char('0'));
+    return minutes > 0 ? sign + QString::number(minutes) + QLatin1Char(':') + rest : sign + rest;
+}
+
+QString LapTime::clockText(double seconds)
+{
+    const qint64 milliseconds = std::llround(std::max(seconds, 0.0) * 1000.0);
+    return QStringLiteral("%1:%2:%3.%4")
+        .arg(milliseconds / 3600000)
+        .arg(milliseconds / 60000 % 60, 2, 10, QLatin1Char('0'))
+        .arg(milliseconds / 1000 % 60, 2, 10, QLatin1Char('0'))
+        .arg(milliseconds % 1000, 3, 10, QLatin1Char('0'));
+}

@@ -1,0 +1,105 @@
+#include "plotlaps.h"
+
+#include "lapranking.h"
+#include "lapseries.h"
+#include "plotstyle.h"
+
+namespace {
+
+// Laps that cover less of the track say little and squeeze the axes.
+constexpr double shortestShare = 0.25;
+
+qsizetype secondFastest(const Laps &laps)
+{
+    const QList<qsizetype> ranked = LapRanking::fastestFirst(laps);
+    return ranked.size() >= 2 ? ranked[1] : -1;
+}
+
+// The fastest lap of that number, or the first of them when none is timed.
+qsizetype lapNumbered(const Laps &laps, qint32 number)
+{
+    for (const qsizetype index : LapRanking::fastestFirst(laps)) {
+        if (laps[index]->header().lapNumber == number)
+            return index;
+    }
+    for (qsizetype i = 0; i < laps.size(); ++i) {
+        if (laps[i]->header().lapNumber == number)
+            return i;
+    }
+    return -1;
+}
+
+} // namespace
+
+PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen,
+                      std::optional<qint32> compareLap, Units units)
+{
+    PlotLaps result;
+    result.m_laps = laps;
+    result.m_units = units;
+    result.m_trackLength = LapChannels::trackLength(laps);
+    result.m_best = LapRanking::best(laps);
+    result.m_compare = compareLap ? lapNumbered(laps, *compareLap) : secondFastest(laps);
+    if (result.m_compare == result.m_best)
+        result.m_compare = -1;
+
+    QList<Drawn> candidates;
+    double longest = 0.0;
+    QList<double> covered;
+    for (const qsizetype index : chosen) {
+        const QString name = QStringLiteral("speed");
+        const QSharedPointer<ZUM::SDK::Channel> speedChannel
+            = LapChannels::find(*laps[index], name);
+        std::vector<double> distance = LapChannels::distance(*laps[index], result.m_trackLength);
+        if (!speedChannel || distance.empty()) {
+            result.m_blankLaps.append(index);
+            continue;
+        }
+        const UnitSystem::Conversion conversion
+            = UnitSystem::conversion(speedChannel->unit(), units);
+        std::vector<double> speed = LapChannels::values(*laps[index], name);
+        for (double &value : speed)
+            value = conversion(value);
+        if (result.m_speedUnit.isEmpty())
+            result.m_speedUnit = conversion.unit;
+        const QList<QPolygonF> segments = LapSeries::overDistance(distance, speed);
+        if (segments.isEmpty()) {
+            result.m_blankLaps.append(index);
+            continue;
+        }
+        candidates.append({index, std::move(distance), segments});
+        covered.append(LapSeries::coveredDistance(segments));
+        longest = std::max(longest, covered.last());
+    }
+
+    const double shortest = shortestShare * result.m_trackLength.value_or(longest);
+    QList<qsizetype> longEnough;
+    QList<Drawn> kept;
+    for (qsizetype i = 0; i < candidates.size(); ++i) {
+        if (covered[i] < shortest) {
+            result.m_shortLaps.append(candidates[i].index);
+        } else {
+            longEnough.append(candidates[i].index);
+            kept.append(std::move(candidates[i]));
+        }
+    }
+    const QList<qsizetype> shown = LapRanking::shown(laps, longEnough, MostLaps);
+    result.m_moreLaps = longEnough.size() - shown.size();
+    for (Drawn &drawn : kept) {
+        if (!shown.contains(drawn.index))
+            continue;
+        if (drawn.index != result.m_best)
+            result.m_coloured.append(drawn.index);
+        result.m_drawn.append(std::move(drawn));
+    }
+    if (result.m_compare >= 0 && !result.m_coloured.contains(result.m_compare))
+        result.m_coloured.append(result.m_compare);
+    return result;
+}
+
+QColor PlotLaps::colour(qsizetype index) const
+{
+    if (index == m_best)
+        return PlotStyle::bestColour();
+    return PlotStyle::otherColour(int(std::max<qsizetype>(m_coloured.indexOf(index), 0)));
+}

@@ -1,0 +1,96 @@
+#include "trackprojection.h"
+
+#include "lapchannels.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+// The mean radius of the earth in metres.
+constexpr double earthRadius = 6371008.8;
+
+double toRadians(double angle, const QString &unit)
+{
+    return unit == QLatin1String("rad") ? angle : angle * std::numbers::pi / 180.0;
+}
+
+// A longitude as the nearest turn to a reference, so a track across the date line stays
+// in one piece.
+double unwrapped(double longitude, double reference)
+{
+    return longitude
+        - 2.0 * std::numbers::pi * std::round((longitude - reference) / (2.0 * std::numbers::pi));
+}
+
+} // namespace
+
+std::optional<TrackProjection> TrackProjection::of(const ZUM::SDK::Lap &lap)
+{
+    const QString latitudeName = QStringLiteral("lat");
+    const QString longitudeName = QStringLiteral("lon");
+    const QSharedPointer<ZUM::SDK::Channel> latitudeChannel = LapChannels::find(lap, latitudeName);
+    const QSharedPointer<ZUM::SDK::Channel> longitudeChannel
+        = LapChannels::find(lap, longitudeName);
+    if (!latitudeChannel || !longitudeChannel)
+        return std::nullopt;
+    const std::vector<double> latitude = LapChannels::values(lap, latitudeName);
+    const std::vector<double> longitude = LapChannels::values(lap, longitudeName);
+    const std::vector<double> speed = LapChannels::values(lap, QStringLiteral("speed"));
+    const std::vector<double> distance = LapChannels::distance(lap, std::nullopt);
+
+    struct Position
+    {
+        double latitude;
+        double longitude;
+        size_t sample;
+    };
+    QList<Position> positions;
+    double latitudeSum = 0.0;
+    double longitudeSum = 0.0;
+    for (size_t i = 0; i < std::min(latitude.size(), longitude.size()); ++i) {
+        if (std::isnan(latitude[i]) || std::isnan(longitude[i])
+            || (latitude[i] == 0.0 && longitude[i] == 0.0))
+            continue;
+        const double phi = toRadians(latitude[i], latitudeChannel->unit());
+        double lambda = toRadians(longitude[i], longitudeChannel->unit());
+        if (!positions.isEmpty())
+            lambda = unwrapped(lambda, positions.first().longitude);
+        positions.append({phi, lambda, i});
+        latitudeSum += phi;
+        longitudeSum += lambda;
+    }
+    if (positions.size() < 2)
+        return std::nullopt;
+
+    const double meanLatitude = latitudeSum / positions.size();
+    const double meanLongitude = longitudeSum / positions.size();
+    const double east = earthRadius * std::cos(meanLatitude);
+    TrackProjection projection;
+    double leastDistance = INFINITY;
+    for (const Position &position : positions) {
+        if (position.sample < distance.size() && distance[position.sample] < leastDistance) {
+            leastDistance = distance[position.sample];
+            projection.m_startFinish = projection.m_points.size();
+        }
+        projection.m_points.append({east * (position.longitude - meanLongitude),
+                                    earthRadius * (position.latitude - meanLatitude)});
+        projection.m_speeds.append(position.sample < speed.size() ? speed[position.sample] : NAN);
+    }
+    return projection;
+}
+
+QRectF TrackProjection::bounds() const
+{
+    double left = INFINITY;
+    double right = -INFINITY;
+    double bottom = INFINITY;
+    double top = -INFINITY;
+    for (const QPointF &point : m_points) {
+        left = std::min(left, point.x());
+        right = std::max(right, point.x());
+        bottom = std::min(bottom, point.y());
+        top = std::max(top, point.y());
+    }
+    return QRectF(QPointF(left, bottom), QPointF(right, top));
+}

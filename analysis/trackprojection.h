@@ -1,0 +1,33 @@
+#pragma once
+
+#include "lap.h"
+
+#include <QList>
+#include <QPointF>
+#include <QRectF>
+
+#include <optional>
+
+// The shape of the track as one lap drove it, from the car's "lat" and "lon": an
+// equirectangular projection around the lap's mean latitude, in metres east (x) and north
+// (y) of the lap's mean position, so that distances keep their proportions at the scale of
+// a track.
+class TrackProjection
+{
+public:
+    // Null when the lap has fewer than two positions. Samples without a position, or at
+    // 0/0 where the simulator has none, are left out.
+    static std::optional<TrackProjection> of(const ZUM::SDK::Lap &lap);
+
+    const QList<QPointF> &points() const { return m_points; }
+    // The lap's "speed" at each point, in its own unit; NaN where it has none.
+    const QList<double> &speeds() const { return m_speeds; }
+    // Where the lap is nearest to the line: its point of least lap distance, or its first.
+    QPointF startFinish() const { return m_points[m_startFinish]; }
+    QRectF bounds() const;
+
+private:
+    QList<QPointF> m_points;
+    QList<double> m_speeds;
+    qsizetype m_startFinish = 0;
+};
