@@ -197,11 +197,10 @@ void drawInputsKey(QPainter &painter, const PlotLaps &laps)
 void drawInputs(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
 {
     const QList<qsizetype> shown = inputLaps(laps);
-    PlotAxis::Range percent;
-    percent.include(0.0);
-    percent.include(100.0);
+    // A little room around 0 and 100 %, so that a pedal held there is not hidden by the frame.
+    const PlotAxis::Range percent {-4.0, 104.0};
     PlotPanel pedals(painter, LapPlot::inputsPanel(), x,
-                     PlotAxis::fitting(percent, 4, PlotAxis::Ends::Ticks));
+                     PlotAxis::fitting(percent, 5, PlotAxis::Ends::Data));
     QList<std::pair<qsizetype, QList<QPolygonF>>> gears;
     PlotAxis::Range gearRange;
     bool anyPedal = false;
@@ -231,8 +230,11 @@ void drawInputs(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
                                         : QStringLiteral("no throttle or brake recorded"));
     drawInputsKey(painter, laps);
 
+    // Half a gear of room above and below, for the same reason.
+    if (!gearRange.isEmpty())
+        gearRange = {gearRange.low - 0.5, gearRange.high + 0.5};
     PlotPanel gear(painter, LapPlot::gearPanel(), x,
-                   PlotAxis::fitting(gearRange, 4, PlotAxis::Ends::Ticks));
+                   PlotAxis::fitting(gearRange, 4, PlotAxis::Ends::Data, 1.0));
     gear.drawFrame(QStringLiteral("Gear"), distanceTitle, QStringLiteral("Gear"),
                    !gearRange.isEmpty());
     for (auto it = gears.crbegin(); it != gears.crend(); ++it)

@@ -39,12 +39,13 @@ QString LapTime::text(double seconds)
 {
     const qint64 milliseconds = std::llround(std::abs(seconds) * 1000.0);
     const QString sign = seconds < 0 && milliseconds > 0 ? QStringLiteral("-") : QString();
-    const qint64 minutes = milliseconds / 60000;
-    const QString rest
-        = QStringLiteral("%1.%2")
-              .arg(milliseconds / 1000 % 60, minutes > 0 ? 2 : 1, 10, QLatin1Char('0'))
+    if (milliseconds >= 3600000)
+        return sign + clockText(milliseconds / 1000.0);
+    return sign
+        + QStringLiteral("%1:%2.%3")
+              .arg(milliseconds / 60000)
+              .arg(milliseconds / 1000 % 60, 2, 10, QLatin1Char('0'))
               .arg(milliseconds % 1000, 3, 10, QLatin1Char('0'));
-    return minutes > 0 ? sign + QString::number(minutes) + QLatin1Char(':') + rest : sign + rest;
 }
 
 QString LapTime::clockText(double seconds)

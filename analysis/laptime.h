@@ -20,7 +20,8 @@ public:
     // "1:39.612"; "no time" for the marker of an untimed lap, "-" when there is no time at
     // all. Lap times of an hour or more get their hours in front.
     static QString text(const QTime &lapTime);
-    // A lap time or a difference of lap times in seconds as "1:39.612" or "39.612".
+    // A lap time in seconds as "1:39.612", "0:15.098"; from an hour on with its hours,
+    // "1:02:03.004".
     static QString text(double seconds);
     // A session time in seconds as "h:mm:ss.zzz", "1:10:16.383".
     static QString clockText(double seconds);

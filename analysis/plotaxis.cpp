@@ -21,7 +21,7 @@ double niceStep(double span, int count)
 
 } // namespace
 
-PlotAxis PlotAxis::fitting(Range range, int ticks, Ends ends)
+PlotAxis PlotAxis::fitting(Range range, int ticks, Ends ends, double leastStep)
 {
     if (range.isEmpty())
         range = {0.0, 1.0};
@@ -31,7 +31,7 @@ PlotAxis PlotAxis::fitting(Range range, int ticks, Ends ends)
         range = {range.low - half, range.high + half};
     }
     PlotAxis axis;
-    axis.m_step = niceStep(range.high - range.low, ticks);
+    axis.m_step = std::max(niceStep(range.high - range.low, ticks), leastStep);
     if (ends == Ends::Data) {
         axis.m_low = range.low;
         axis.m_high = range.high;

@@ -30,8 +30,9 @@ public:
     };
 
     PlotAxis() = default;
-    // About `ticks` ticks over the range; an empty range gives 0 to 1.
-    static PlotAxis fitting(Range range, int ticks, Ends ends);
+    // About `ticks` ticks over the range, at least leastStep apart (1 for a count such as
+    // a gear); an empty range gives 0 to 1.
+    static PlotAxis fitting(Range range, int ticks, Ends ends, double leastStep = 0.0);
 
     double low() const { return m_low; }
     double high() const { return m_high; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lap.h"
+#include "recordinginfo.h"
 
 #include <QList>
 #include <QSharedPointer>
@@ -23,4 +24,7 @@ struct ImportResult
     QList<Message> messages;
     QList<QSharedPointer<ZUM::SDK::Lap>> laps;
     bool failed = false; // an error line came, or the import ended by an exception
+
+    // What the file says of itself, read beside the import.
+    RecordingInfo recording;
 };

@@ -14,7 +14,7 @@ bool JsonOutput::open(const QString &target)
         m_device = std::move(standardOutput);
     } else {
         auto file = std::make_unique<QSaveFile>(target);
-        if (!file->open(QIODevice::WriteOnly))
+        if (!file->open(QIODevice::WriteOnly | QIODevice::Unbuffered))
             return false;
         m_device = std::move(file);
     }

@@ -3,20 +3,31 @@
 #include "generateuniquefilename.h"
 #include "outputbuffer.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 
 #include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <thread>
+#include <vector>
 
 using ZUM::SDK::Channel;
 using ZUM::SDK::Lap;
 
 namespace {
 
+const QString sessionTimeName = QStringLiteral("sessiontime");
+const QString lapDistanceName = QStringLiteral("lapdist");
+
 struct Column
 {
     QString title;
+    // Either the channel's own entries, or values worked out or converted here (NaN where
+    // there is none).
     QSharedPointer<Channel> channel;
+    std::vector<double> values;
 };
 
 // A cell quoted when it holds the separator, a quote or a line break.
@@ -29,40 +40,75 @@ QByteArray cellText(const QString &text)
     return '"' + utf8 + '"';
 }
 
-QList<Column> columnsOf(const Lap &lap)
+QString title(const QString &name, const QString &unit)
+{
+    return unit.isEmpty() ? name : name + QStringLiteral(" [") + unit + u']';
+}
+
+// The three columns that place a sample: session time, time since the lap's first sample,
+// lap distance.
+void addPlaceColumns(QList<Column> &columns, const Lap &lap)
+{
+    const QSharedPointer<Channel> sessionTime = LapChannels::find(lap, sessionTimeName);
+    const QString timeUnit = sessionTime ? sessionTime->unit() : QStringLiteral("s");
+    columns.append(
+        {title(sessionTimeName, timeUnit), {}, LapChannels::values(lap, sessionTimeName)});
+    columns.append({title(QStringLiteral("laptime"), timeUnit), {}, LapChannels::elapsed(lap)});
+    columns.append({title(lapDistanceName, QStringLiteral("m")),
+                    {},
+                    LapChannels::distance(lap, std::nullopt)});
+}
+
+void addChannelColumn(QList<Column> &columns, const QString &name,
+                      const QSharedPointer<Channel> &channel, Units units)
+{
+    const UnitSystem::Conversion conversion
+        = UnitSystem::channelConversion(name, channel->unit(), units);
+    if (!conversion.changes()) {
+        columns.append({title(name, channel->unit()), channel, {}});
+        return;
+    }
+    std::vector<double> values(size_t(channel->size()));
+    for (qint64 i = 0; i < channel->size(); ++i)
+        values[size_t(i)] = channel->isValid(i) ? conversion(channel->value(i)) : NAN;
+    columns.append({title(name, conversion.unit), {}, std::move(values)});
+}
+
+QList<Column> columnsOf(const Lap &lap, const LapCsv::Settings &settings)
 {
     QList<Column> columns;
-    const auto add = [&columns](const QString &name, const QSharedPointer<Channel> &channel) {
-        const QString unit = channel->unit();
-        columns.append(
-            {unit.isEmpty() ? name : name + QStringLiteral(" [") + unit + u']', channel});
-    };
-    for (const QString &name : lap.getAvailableRecordedChannels())
-        add(name, lap.channel(name));
-    for (const QString &name : lap.getAvailableCalculatedChannels())
-        add(name, lap.calculatedChannel(name));
+    addPlaceColumns(columns, lap);
+    for (const QString &name : lap.getAvailableRecordedChannels()) {
+        if (name != sessionTimeName && name != lapDistanceName && settings.channels.contains(name))
+            addChannelColumn(columns, name, lap.channel(name), settings.units);
+    }
+    for (const QString &name : lap.getAvailableCalculatedChannels()) {
+        if (settings.channels.contains(name))
+            addChannelColumn(columns, name, lap.calculatedChannel(name), settings.units);
+    }
     return columns;
 }
 
-bool writeLap(const Lap &lap, const QString &path)
+bool writeLap(const Lap &lap, const LapCsv::Settings &settings, const QString &path)
 {
-    const QList<Column> columns = columnsOf(lap);
-    // Every sample gets a row, also when a channel came out longer than the lap's count.
-    qint64 rows = lap.size();
+    const QList<Column> columns = columnsOf(lap, settings);
     struct Values
     {
         const double *data;
         qint64 size;
     };
     std::vector<Values> values;
-    values.reserve(size_t(columns.size()));
+    // Every sample gets a row, also when a channel came out longer than the lap's count.
+    qint64 rows = lap.size();
     for (const Column &column : columns) {
-        rows = std::max(rows, column.channel->size());
-        values.push_back({column.channel->constData(), column.channel->size()});
+        values.push_back(column.channel
+                             ? Values {column.channel->constData(), column.channel->size()}
+                             : Values {column.values.data(), qint64(column.values.size())});
+        rows = std::max(rows, values.back().size);
     }
 
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return false;
     OutputBuffer text(&file);
     for (qsizetype i = 0; i < columns.size(); ++i) {
@@ -72,9 +118,16 @@ bool writeLap(const Lap &lap, const QString &path)
     }
     text.append('\n');
     for (qint64 row = 0; row < rows; ++row) {
+        if (row % 8 == 0) {
+            for (const Values &column : values) {
+                if (row + 64 < column.size)
+                    __builtin_prefetch(column.data + row + 64);
+            }
+        }
         for (size_t i = 0; i < values.size(); ++i) {
             if (i > 0)
                 text.append(',');
+            // NaN and the infinities leave the cell empty, as does the invalid marker.
             if (row < values[i].size && ZUM::SDK::isValidValue(values[i].data[row]))
                 text.appendNumber(values[i].data[row]);
         }
@@ -84,23 +137,67 @@ bool writeLap(const Lap &lap, const QString &path)
     return text.flush() && file.commit();
 }
 
-} // namespace
-
-bool LapCsv::write(const ImportResult &result, const QDir &dir, QStringList *written,
-                   QString *errorString)
+// "<input>_stint<S>_lap<N>.csv" for every lap, each made unique before any is written: a name
+// already taken on disk, or by an earlier lap of this run (a lap number the simulator
+// repeats), gets the unique-name helper's counter, which an empty file holds for the lap
+// until it is written. With force a file from before is overwritten.
+QStringList reservePaths(const ImportResult &result, const QList<qsizetype> &chosen,
+                         const LapCsv::Settings &settings)
 {
     // The unique-name helper keeps only the part before the first dot, so dots inside the
     // input's name would cut it short.
     const QString base
         = QFileInfo(result.file).completeBaseName().replace(QLatin1Char('.'), QLatin1Char('_'));
-    for (const QSharedPointer<Lap> &lap : result.laps) {
-        const QString path = ZUM::SDK::generateUniqueFileName(
-            dir, QStringLiteral("%1_lap%2.csv").arg(base).arg(lap->header().lapNumber));
-        if (!writeLap(*lap, path)) {
-            *errorString = QStringLiteral("cannot write %1").arg(path);
+    QStringList paths;
+    for (const qsizetype index : chosen) {
+        const ZUM::SDK::LapHeader &header = result.laps[index]->header();
+        const QString name = QStringLiteral("%1_stint%2_lap%3.csv")
+                                 .arg(base)
+                                 .arg(header.stint)
+                                 .arg(header.lapNumber);
+        QString path = settings.directory.absoluteFilePath(name);
+        if (!settings.force || paths.contains(path))
+            path = ZUM::SDK::generateUniqueFileName(settings.directory, name);
+        QFile(path).open(QIODevice::WriteOnly | QIODevice::Append);
+        paths.append(path);
+    }
+    return paths;
+}
+
+} // namespace
+
+bool LapCsv::write(const ImportResult &result, const QList<qsizetype> &chosen,
+                   const Settings &settings, QStringList *written, QString *errorString)
+{
+    const QStringList paths = reservePaths(result, chosen, settings);
+
+    // Every lap is a file of its own: the laps are written side by side.
+    std::vector<char> done(size_t(chosen.size()), false);
+    std::atomic<qsizetype> next = 0;
+    const auto work = [&] {
+        for (qsizetype i = next++; i < chosen.size(); i = next++)
+            done[size_t(i)] = writeLap(*result.laps[chosen[i]], settings, paths[i]);
+    };
+    std::vector<std::thread> workers;
+    const qsizetype helpers
+        = std::min<qsizetype>(std::thread::hardware_concurrency(), chosen.size()) - 1;
+    for (qsizetype i = 0; i < helpers; ++i)
+        workers.emplace_back(work);
+    work();
+    for (std::thread &worker : workers)
+        worker.join();
+
+    for (qsizetype i = 0; i < chosen.size(); ++i) {
+        if (!done[size_t(i)]) {
+            *errorString = QStringLiteral("cannot write %1").arg(paths[i]);
+            // The names held for the laps that were not written.
+            for (qsizetype j = i; j < chosen.size(); ++j) {
+                if (!done[size_t(j)] && QFileInfo(paths[j]).size() == 0)
+                    QFile::remove(paths[j]);
+            }
             return false;
         }
-        written->append(path);
+        written->append(paths[i]);
     }
     return true;
 }

@@ -170,10 +170,12 @@ void writeChannel(JsonWriter &writer, const Channel &channel, bool withValues)
 
 void writeChannels(JsonWriter &writer, const QList<QString> &names,
                    const std::function<QSharedPointer<Channel>(const QString &)> &channel,
-                   bool withValues)
+                   const ChannelChoice &choice, bool withValues)
 {
     writer.beginObject();
     for (const QString &name : names) {
+        if (!choice.contains(name))
+            continue;
         writer.key(name);
         writeChannel(writer, *channel(name), withValues);
     }
@@ -182,11 +184,19 @@ void writeChannels(JsonWriter &writer, const QList<QString> &names,
 
 } // namespace
 
-void LapJson::write(JsonWriter &writer, const ImportResult &result, bool withChannelValues)
+void LapJson::write(JsonWriter &writer, const ImportResult &result, const QList<qsizetype> &chosen,
+                    const ChannelChoice &channels, bool withChannelValues)
 {
     writer.beginObject();
     writer.key(QStringLiteral("file"));
     writer.string(result.file);
+    writer.key(QStringLiteral("recordingStart"));
+    writer.string(dateTimeText(result.recording.start()));
+    writer.key(QStringLiteral("recordingStartSessionTime"));
+    if (const std::optional<double> sessionTime = result.recording.startSessionTime())
+        writer.number(*sessionTime);
+    else
+        writer.null();
 
     writer.key(QStringLiteral("messages"));
     writer.beginArray();
@@ -202,18 +212,20 @@ void LapJson::write(JsonWriter &writer, const ImportResult &result, bool withCha
 
     writer.key(QStringLiteral("laps"));
     writer.beginArray();
-    for (const QSharedPointer<Lap> &lap : result.laps) {
+    for (const qsizetype index : chosen) {
+        const QSharedPointer<Lap> &lap = result.laps[index];
         writer.beginObject();
         writer.key(QStringLiteral("header"));
         writeHeader(writer, lap->header());
         writer.key(QStringLiteral("recorded"));
         writeChannels(
             writer, lap->getAvailableRecordedChannels(),
-            [&lap](const QString &name) { return lap->channel(name); }, withChannelValues);
+            [&lap](const QString &name) { return lap->channel(name); }, channels,
+            withChannelValues);
         writer.key(QStringLiteral("calculated"));
         writeChannels(
             writer, lap->getAvailableCalculatedChannels(),
-            [&lap](const QString &name) { return lap->calculatedChannel(name); },
+            [&lap](const QString &name) { return lap->calculatedChannel(name); }, channels,
             withChannelValues);
         writer.endObject();
     }

@@ -1,27 +1,28 @@
 #include "laptable.h"
 
-#include "session.h"
+#include "lapchannels.h"
+#include "laptime.h"
+#include "sessionlabel.h"
+#include "sessionsummary.h"
+#include "summarytext.h"
+#include "texttable.h"
 
-#include <QDateTime>
 #include <QStringList>
-
-#include <algorithm>
 
 using ZUM::SDK::Lap;
 using ZUM::SDK::LapHeader;
 
 namespace {
 
-// A lap the simulator did not time carries this marker as its lap time.
-const QTime untimedLap(0, 59, 59, 0);
-
-const QString columnGap = QStringLiteral("  ");
-
-struct Column
+QString line(const QString &label, const QString &value)
 {
-    QString title;
-    bool rightAligned;
-};
+    return (label + QLatin1Char(':')).leftJustified(14) + value + QLatin1Char('\n');
+}
+
+QString textOrDash(const QString &text)
+{
+    return text.isEmpty() ? QStringLiteral("-") : text;
+}
 
 QString flyingLapText(qint32 flyingLap)
 {
@@ -35,119 +36,103 @@ QString flyingLapText(qint32 flyingLap)
     }
 }
 
-QString textOrDash(const QString &text)
-{
-    return text.isEmpty() ? QStringLiteral("-") : text;
-}
-
 QString trackText(const LapHeader &header)
 {
-    if (header.trackConfigName.isEmpty())
-        return textOrDash(header.trackName);
-    return textOrDash(header.trackName) + QStringLiteral(", ") + header.trackConfigName;
+    QString text = textOrDash(header.trackName);
+    if (!header.trackConfigName.isEmpty())
+        text += QStringLiteral(", ") + header.trackConfigName;
+    if (const std::optional<double> length = LapChannels::headerTrackLength(header))
+        text += QStringLiteral(" (%1 km)").arg(*length / 1000.0, 0, 'f', 2);
+    return text;
 }
 
-QString summary(const ImportResult &result)
+QString recordedText(const RecordingInfo &recording)
 {
-    QStringList lines {QStringLiteral("File:     ") + result.file};
-    if (result.laps.isEmpty()) {
-        lines.append(QStringLiteral("          no laps"));
-        return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+    if (!recording.start().isValid())
+        return QStringLiteral("-");
+    QString text = recording.start().toUTC().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
+        + QStringLiteral(" UTC");
+    if (const std::optional<double> sessionTime = recording.startSessionTime())
+        text += QStringLiteral(", from session time ") + LapTime::clockText(*sessionTime);
+    return text;
+}
+
+// The air and the track surface, in the units asked for.
+QString weatherText(const LapHeader &header, Units units)
+{
+    QStringList parts;
+    const std::pair<const char *, const char *> temperatures[] = {
+        {"Air temperature", "air"},
+        {"Track surface temperature", "track surface"},
+    };
+    for (const auto &[name, what] : temperatures) {
+        const ZUM::SDK::Value *value = header.dynamicData.find(QLatin1String(name));
+        if (!value || value->unit().isEmpty())
+            continue;
+        const UnitSystem::Conversion conversion = UnitSystem::conversion(value->unit(), units);
+        parts.append(QLatin1String(what) + QLatin1Char(' ')
+                     + SummaryText::quantity(conversion(value->toDouble()), 1, conversion.unit));
     }
+    return parts.isEmpty() ? QStringLiteral("-") : parts.join(QStringLiteral(", "));
+}
+
+QString summary(const ImportResult &result, const QList<qsizetype> &chosen, Units units)
+{
+    QString text = line(QStringLiteral("File"), result.file);
+    text += line(QStringLiteral("Recorded"), recordedText(result.recording));
+    if (result.laps.isEmpty())
+        return text + line(QStringLiteral("Laps"), QStringLiteral("no laps"));
     const LapHeader &header = result.laps.first()->header();
-    lines.append(QStringLiteral("Track:    ") + trackText(header));
-    lines.append(QStringLiteral("Car:      ") + textOrDash(header.carInfo.carName));
-    lines.append(QStringLiteral("Driver:   ") + textOrDash(header.carInfo.driverName));
-    lines.append(QStringLiteral("Session:  ") + ZUM::SDK::sessionName(header.session));
-    lines.append(QStringLiteral("Laps:     ") + QString::number(result.laps.size()));
-    return lines.join(QLatin1Char('\n')) + QLatin1Char('\n');
+    text += line(QStringLiteral("Track"), trackText(header));
+    text += line(QStringLiteral("Car"), textOrDash(header.carInfo.carName));
+    text += line(QStringLiteral("Driver"), textOrDash(header.carInfo.driverName));
+    text += line(QStringLiteral("Session"), sessionLabel(header));
+    text += line(QStringLiteral("Weather"), weatherText(header, units));
+    QString laps = QString::number(result.laps.size());
+    if (chosen.size() != result.laps.size())
+        laps += QStringLiteral(", %1 chosen").arg(chosen.size());
+    return text + line(QStringLiteral("Laps"), laps);
 }
 
 QStringList rowOf(const Lap &lap)
 {
     const LapHeader &header = lap.header();
+    const std::optional<double> start = LapChannels::startSessionTime(lap);
     return {
         QString::number(header.lapNumber),
         QStringLiteral("%1/%2").arg(header.stint).arg(header.lapInStint),
-        LapTable::lapTimeText(header.lapTime),
+        LapTime::text(header.lapTime),
         header.completed ? QStringLiteral("yes") : QStringLiteral("no"),
         flyingLapText(header.flyingLap),
-        ZUM::SDK::sessionName(header.session),
+        sessionLabel(header),
         QString::number(lap.size()),
-        header.dateTime.isValid()
-            ? header.dateTime.toLocalTime().toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
-            : QStringLiteral("-"),
+        start ? LapTime::clockText(*start) : QStringLiteral("-"),
     };
-}
-
-QString table(const QList<Column> &columns, const QList<QStringList> &rows)
-{
-    QList<qsizetype> widths;
-    for (const Column &column : columns)
-        widths.append(column.title.size());
-    for (const QStringList &row : rows) {
-        for (qsizetype i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], row[i].size());
-    }
-
-    const auto line = [&](const QStringList &cells) {
-        QStringList padded;
-        for (qsizetype i = 0; i < cells.size(); ++i) {
-            const int width = int(widths[i]);
-            padded.append(columns[i].rightAligned ? cells[i].rightJustified(width)
-                                                  : cells[i].leftJustified(width));
-        }
-        // No blanks after the last column.
-        QString text = padded.join(columnGap);
-        while (text.endsWith(QLatin1Char(' ')))
-            text.chop(1);
-        return text;
-    };
-
-    QStringList titles;
-    QStringList rules;
-    for (qsizetype i = 0; i < columns.size(); ++i) {
-        titles.append(columns[i].title);
-        rules.append(QString(widths[i], QLatin1Char('-')));
-    }
-    QString text = line(titles) + QLatin1Char('\n') + rules.join(columnGap) + QLatin1Char('\n');
-    for (const QStringList &row : rows)
-        text += line(row) + QLatin1Char('\n');
-    return text;
 }
 
 } // namespace
 
-QString LapTable::text(const ImportResult &result)
+QString LapTable::text(const ImportResult &result, const QList<qsizetype> &chosen, Units units)
 {
-    QString text = summary(result);
+    QString text = summary(result, chosen, units);
     if (result.laps.isEmpty())
         return text;
 
-    const QList<Column> columns = {
-        {QStringLiteral("Lap"), true},      {QStringLiteral("Stint/lap"), true},
-        {QStringLiteral("Lap time"), true}, {QStringLiteral("Completed"), false},
-        {QStringLiteral("Kind"), false},    {QStringLiteral("Session"), false},
-        {QStringLiteral("Samples"), true},  {QStringLiteral("Start"), false},
-    };
-    QList<QStringList> rows;
-    for (const QSharedPointer<Lap> &lap : result.laps)
-        rows.append(rowOf(*lap));
-    return text + QLatin1Char('\n') + table(columns, rows);
-}
-
-QString LapTable::lapTimeText(const QTime &lapTime)
-{
-    if (!lapTime.isValid())
-        return QStringLiteral("-");
-    if (!isTimed(lapTime))
-        return QStringLiteral("no time");
-    if (lapTime.hour() > 0)
-        return lapTime.toString(QStringLiteral("h:mm:ss.zzz"));
-    return lapTime.toString(QStringLiteral("m:ss.zzz"));
-}
-
-bool LapTable::isTimed(const QTime &lapTime)
-{
-    return lapTime.isValid() && lapTime != untimedLap;
+    TextTable table({
+        {QStringLiteral("Lap"), true},
+        {QStringLiteral("Stint/lap"), true},
+        {QStringLiteral("Lap time"), true},
+        {QStringLiteral("Completed"), false},
+        {QStringLiteral("Kind"), false},
+        {QStringLiteral("Session"), false},
+        {QStringLiteral("Samples"), true},
+        {QStringLiteral("Start"), true},
+    });
+    for (const qsizetype index : chosen)
+        table.addRow(rowOf(*result.laps[index]));
+    text += QLatin1Char('\n') + table.text() + QLatin1Char('\n');
+    for (const SummaryText::Line &summaryLine :
+         SummaryText::lines(SessionSummary::of(result.laps), result.laps, units))
+        text += line(summaryLine.label, summaryLine.value);
+    return text;
 }

@@ -1,20 +1,18 @@
 #pragma once
 
 #include "importresult.h"
+#include "unitsystem.h"
 
+#include <QList>
 #include <QString>
-#include <QTime>
 
-// The text a person reads about one import: a summary of the session (file, track, car,
-// driver, session) and a table of its laps with aligned columns.
+// The text a person reads about one import: a summary of the recording and the session
+// (file, start, track, car, driver, session, weather), a table of the chosen laps with
+// aligned columns, and the session's numbers under it.
 class LapTable
 {
 public:
-    static QString text(const ImportResult &result);
-
-    // "1:39.612"; "no time" for the marker of an untimed lap (59:59.000), "-" when there is
-    // no time at all. Lap times of an hour or more get their hours in front.
-    static QString lapTimeText(const QTime &lapTime);
-    // False for no time and for the plug-in's marker of a lap the simulator did not time.
-    static bool isTimed(const QTime &lapTime);
+    // chosen: indexes of the laps to list; the summary and the numbers are the whole
+    // session's.
+    static QString text(const ImportResult &result, const QList<qsizetype> &chosen, Units units);
 };

@@ -8,15 +8,24 @@
 
 OutputBuffer::OutputBuffer(QIODevice *device)
     : m_device(device)
-    , m_storage(new char[BlockSize + Slack])
-    , m_begin(m_storage.get())
-    , m_end(m_begin)
-    , m_limit(m_begin + BlockSize + Slack)
-{ }
+{
+    for (Block &block : m_blocks) {
+        block.capacity = BlockSize + Slack;
+        block.storage.reset(new char[size_t(block.capacity)]);
+    }
+    fillBlock(m_blocks[0]);
+    m_writer = std::thread(&OutputBuffer::writeBlocks, this);
+}
 
 OutputBuffer::~OutputBuffer()
 {
     flush();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_stopping = true;
+    }
+    m_changed.notify_all();
+    m_writer.join();
 }
 
 void OutputBuffer::append(const char *text, qsizetype size)
@@ -48,21 +57,65 @@ void OutputBuffer::appendInteger(qint64 value)
 
 bool OutputBuffer::flush()
 {
-    const qsizetype size = m_end - m_begin;
-    if (size > 0 && !m_error && m_device->write(m_begin, size) != size)
-        m_error = true;
-    m_end = m_begin;
+    if (m_end > m_begin)
+        handOver();
+    std::unique_lock lock(m_mutex);
+    waitForWriter(lock);
     return !m_error;
 }
 
 void OutputBuffer::grow(qsizetype size)
 {
-    // A text longer than the slack: the block goes first, and a text longer than a whole
-    // block gets a block of its own.
-    flush();
+    handOver();
     if (m_begin + size <= m_limit)
         return;
-    m_storage.reset(new char[size_t(size + Slack)]);
-    m_begin = m_end = m_storage.get();
-    m_limit = m_begin + size + Slack;
+    // A text longer than a whole block gets a block of its own size.
+    Block &block = m_blocks[m_filling];
+    block.capacity = size + Slack;
+    block.storage.reset(new char[size_t(block.capacity)]);
+    fillBlock(block);
+}
+
+void OutputBuffer::fillBlock(Block &block)
+{
+    m_begin = m_end = block.storage.get();
+    m_limit = m_begin + block.capacity;
+}
+
+void OutputBuffer::handOver()
+{
+    Block &filled = m_blocks[m_filling];
+    filled.size = m_end - m_begin;
+    m_filling = 1 - m_filling;
+    {
+        std::unique_lock lock(m_mutex);
+        // The writer may still be writing the block that is to be filled next.
+        waitForWriter(lock);
+        m_pending = &filled;
+    }
+    m_changed.notify_all();
+    fillBlock(m_blocks[m_filling]);
+}
+
+void OutputBuffer::waitForWriter(std::unique_lock<std::mutex> &lock)
+{
+    m_changed.wait(lock, [this] { return m_pending == nullptr; });
+}
+
+void OutputBuffer::writeBlocks()
+{
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_pending != nullptr || m_stopping; });
+        if (!m_pending)
+            return;
+        Block *block = m_pending;
+        lock.unlock();
+        if (block->size > 0 && !m_error
+            && m_device->write(block->storage.get(), block->size) != block->size)
+            m_error = true;
+        lock.lock();
+        m_pending = nullptr;
+        m_changed.notify_all();
+    }
 }

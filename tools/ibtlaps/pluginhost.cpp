@@ -36,6 +36,16 @@ bool PluginHost::load()
     return true;
 }
 
+QString PluginHost::pluginName() const
+{
+    return m_plugin ? m_plugin->pluginName() : QString();
+}
+
+QString PluginHost::pluginVersion() const
+{
+    return m_plugin ? m_plugin->pluginVersion() : QString();
+}
+
 ImportResult PluginHost::importFile(const QString &path)
 {
     ImportResult result;

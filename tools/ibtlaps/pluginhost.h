@@ -26,6 +26,9 @@ public:
     QString errorString() const { return m_errorString; }
 
     QString format() const { return m_format; }
+    // The loaded plug-in's own name and version.
+    QString pluginName() const;
+    QString pluginVersion() const;
 
     // Called for every log line as it arrives, before the import returns.
     void setMessageHandler(MessageHandler handler) { m_messageHandler = std::move(handler); }

@@ -1,0 +1,162 @@
+#include "commandline.h"
+
+#include "plotfile.h"
+
+#include <QCommandLineOption>
+
+namespace {
+
+QCommandLineOption option(const char *name, const char *description,
+                          const char *valueName = nullptr)
+{
+    return QCommandLineOption(QLatin1String(name), QLatin1String(description),
+                              valueName ? QLatin1String(valueName) : QString());
+}
+
+} // namespace
+
+CommandLine::CommandLine()
+{
+    m_parser.setApplicationDescription(QStringLiteral(
+        "Imports iRacing telemetry files (.ibt) through the import plug-in, as the desktop\n"
+        "application does, and shows the laps it hands over: per file a summary, the lap\n"
+        "table and the session's numbers (best, average, ideal lap, top speed, fuel) on\n"
+        "standard output; the plug-in's log lines and the tool's notes on standard error.\n"
+        "The laps can also be written as JSON, as CSV files and as a picture.\n"
+        "\n"
+        "Exit status: 0 on success, 1 when an import or an output failed, 2 on a usage\n"
+        "error."));
+    m_parser.addHelpOption();
+    m_parser.addVersionOption();
+    m_parser.addOptions({
+        option("plugin", "Load the import plug-in from <path> instead of the build folder.",
+               "path"),
+        option("json",
+               "Write everything the plug-in gave (log lines, lap headers, channels) as JSON "
+               "to <file>, or to standard output for \"-\" (the table is then left out). "
+               "Several input files give an array.",
+               "file"),
+        option("no-channels",
+               "Leave the channels' values out of the JSON (names and units "
+               "stay)."),
+        option("csv",
+               "Write one CSV file per lap into <dir> (created when missing), named "
+               "<input>_stint<S>_lap<N>.csv; a name already taken gets a counter.",
+               "dir"),
+        option("force", "Overwrite CSV files of the same name instead of counting on."),
+        option("plot",
+               "Draw the laps as a picture <file> (1600 pixels wide): speed, delta to the best "
+               "lap, throttle and brake, gear, track map and summary. The format follows the "
+               "suffix (PNG when there is none); with several input files, one picture per "
+               "file named <file>_<input name>.<suffix>.",
+               "file"),
+        option("compare",
+               "Set lap <lap> against the best lap in the picture's throttle, brake and gear "
+               "(default: the second fastest lap).",
+               "lap"),
+        option("laps", "Only the laps of these numbers, such as 3,5-7.", "list"),
+        option("timed", "Only the laps completed with a time."),
+        option("best", "Only the fastest timed lap."),
+        option("channels",
+               "Only these channels, such as speed,throttle,brake, in the CSV and the JSON.",
+               "names"),
+        option("list-channels", "List every channel of the laps with its unit."),
+        option("units",
+               "Show speeds in km/h or mph and temperatures in C or F: <system> is metric or "
+               "imperial. Applies to the table, the CSV and the picture; the JSON stays as "
+               "the plug-in gave it. Without it the table and the picture are metric and the "
+               "CSV is as recorded.",
+               "system"),
+        option("quiet",
+               "Leave out the plug-in's and the tool's information lines; notes and "
+               "errors stay."),
+    });
+    m_parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral(".ibt files to import."),
+                                   QStringLiteral("file.ibt..."));
+}
+
+CommandLine::Request CommandLine::parse(const QStringList &arguments, bool pluginValueMissing)
+{
+    if (pluginValueMissing)
+        return usageError(QStringLiteral("Missing value after '--plugin'."));
+    if (!m_parser.parse(arguments))
+        return usageError(m_parser.errorText());
+    // Qt's own options are listed by the parser itself, which ends the program.
+    if (m_parser.isSet(QStringLiteral("help-all")))
+        m_parser.process(arguments);
+    if (m_parser.isSet(QStringLiteral("help")))
+        return Request::Help;
+    if (m_parser.isSet(QStringLiteral("version")))
+        return Request::Version;
+    if (!readValues())
+        return Request::UsageError;
+    if (m_options.files.isEmpty())
+        return usageError(QStringLiteral("no input file"));
+    return Request::Run;
+}
+
+CommandLine::Request CommandLine::usageError(const QString &text)
+{
+    m_errorText = text;
+    return Request::UsageError;
+}
+
+bool CommandLine::readValues()
+{
+    const auto value = [this](const char *name) {
+        return m_parser.value(QLatin1String(name));
+    };
+    const auto isSet = [this](const char *name) {
+        return m_parser.isSet(QLatin1String(name));
+    };
+    Options &o = m_options;
+    o.files = m_parser.positionalArguments();
+    o.pluginPath = value("plugin");
+    o.json = value("json");
+    o.jsonChannelValues = !isSet("no-channels");
+    o.csvDirectory = value("csv");
+    o.force = isSet("force");
+    o.plot = value("plot");
+    o.listChannels = isSet("list-channels");
+    o.quiet = isSet("quiet");
+    o.selection.setTimedOnly(isSet("timed"));
+    o.selection.setBestOnly(isSet("best"));
+
+    QString error;
+    if (isSet("laps") && !o.selection.setNumbers(value("laps"), &error)) {
+        usageError(QStringLiteral("--laps: %1").arg(error));
+        return false;
+    }
+    if (isSet("compare")) {
+        bool ok = false;
+        o.compareLap = value("compare").toInt(&ok);
+        if (!ok || *o.compareLap < 0) {
+            usageError(QStringLiteral("--compare: '%1' is not a lap number").arg(value("compare")));
+            return false;
+        }
+    }
+    if (isSet("units")) {
+        o.units = UnitSystem::fromName(value("units"));
+        if (!o.units) {
+            usageError(QStringLiteral("--units: '%1' is not %2")
+                           .arg(value("units"), UnitSystem::names().join(QStringLiteral(" or "))));
+            return false;
+        }
+    }
+    if (isSet("channels")) {
+        for (const QString &name : value("channels").split(QLatin1Char(','), Qt::SkipEmptyParts))
+            o.channels.append(name.trimmed());
+        if (o.channels.isEmpty()) {
+            usageError(QStringLiteral("--channels: no channel name"));
+            return false;
+        }
+    }
+    if (!o.plot.isEmpty() && !PlotFile::isWritable(PlotFile::format(o.plot))) {
+        usageError(
+            QStringLiteral("--plot: Qt cannot write pictures of the format '%1'; it "
+                           "writes %2")
+                .arg(QString::fromLatin1(PlotFile::format(o.plot)), PlotFile::writableFormats()));
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "channelchoice.h"
+#include "filestable.h"
+#include "importresult.h"
+#include "jsonoutput.h"
+#include "options.h"
+#include "pluginhost.h"
+#include "reporter.h"
+
+#include <QDir>
+#include <QList>
+
+// One run of ibt-laps over its input files: the outputs checked before any import, the
+// plug-in loaded, then each file imported in turn and shown and written as the options
+// ask. A failing file does not stop the others.
+class ImportRun
+{
+public:
+    static constexpr int Success = 0;
+    static constexpr int Failure = 1;
+    static constexpr int UsageError = 2;
+
+    ImportRun(const Options &options, Reporter &reporter, PluginHost &host);
+
+    // The exit status.
+    int exec();
+
+private:
+    bool prepareOutputs();
+    bool checkPlotPath(const QString &path);
+    // False for a usage error found in the file's laps.
+    bool processFile(qsizetype index);
+    void reportFile(const ImportResult &result);
+    void writeOutputs(const ImportResult &result, const QList<qsizetype> &chosen);
+
+    const Options &m_options;
+    Reporter &m_reporter;
+    PluginHost &m_host;
+    ChannelChoice m_channels;
+    JsonOutput m_json;
+    QDir m_csvDirectory;
+    FilesTable m_filesTable;
+    bool m_channelsChecked = false;
+    bool m_failed = false;
+};

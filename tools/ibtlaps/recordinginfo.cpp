@@ -1,0 +1,95 @@
+#include "recordinginfo.h"
+
+#include "ibtfile.h"
+
+#include <QFileInfo>
+
+#include <cmath>
+
+namespace {
+
+const QString notIbt = QStringLiteral(": not a valid .ibt file");
+
+// Live-memory dumps and other files that are no recordings hold anything here; a start
+// outside these years is not a date.
+constexpr int firstYear = 2000;
+constexpr int lastYear = 2200;
+
+QString unreadable(const QFileInfo &file)
+{
+    if (!file.exists())
+        return QStringLiteral("does not exist");
+    if (file.isDir())
+        return QStringLiteral("is a directory");
+    if (!file.isReadable())
+        return QStringLiteral("permission denied");
+    return {};
+}
+
+QString problemOf(IbtFile::Status status, qint64 fileSize)
+{
+    switch (status) {
+    case IbtFile::Status::Ok:
+        return {};
+    case IbtFile::Status::CannotOpen:
+        return QStringLiteral("cannot be opened");
+    case IbtFile::Status::ShortHeader:
+        if (fileSize == 0)
+            return QStringLiteral("is empty") + notIbt;
+        return QStringLiteral("is shorter than a header (%1 of %2 bytes)")
+                   .arg(fileSize)
+                   .arg(sizeof(irsdk_header))
+            + notIbt;
+    case IbtFile::Status::ShortDiskSubHeader:
+        return QStringLiteral("ends inside its disk sub-header") + notIbt;
+    case IbtFile::Status::ShortSessionText:
+        return QStringLiteral("ends before the end of its session text") + notIbt;
+    case IbtFile::Status::ShortVarHeaders:
+        return QStringLiteral("ends before the end of its variable descriptors") + notIbt;
+    case IbtFile::Status::ImpossibleLength:
+        return QStringLiteral("has a length in its header that cannot be allocated") + notIbt;
+    }
+    return {};
+}
+
+} // namespace
+
+RecordingInfo RecordingInfo::read(const QString &path)
+{
+    RecordingInfo info;
+    const QFileInfo file(path);
+    info.m_problem = unreadable(file);
+    if (!info.m_problem.isEmpty())
+        return info;
+
+    IbtFile ibt;
+    const IbtFile::Status status = ibt.open(path);
+    info.m_problem = problemOf(status, file.size());
+    if (status != IbtFile::Status::Ok)
+        return info;
+
+    const irsdk_diskSubHeader &sub = ibt.diskSubHeader();
+    const QDateTime start = QDateTime::fromSecsSinceEpoch(sub.sessionStartDate, Qt::UTC);
+    if (start.isValid() && start.date().year() >= firstYear && start.date().year() <= lastYear)
+        info.m_start = start;
+    if (info.m_start.isValid() && std::isfinite(sub.sessionStartTime)
+        && sub.sessionStartTime >= 0.0)
+        info.m_startSessionTime = sub.sessionStartTime;
+    info.m_wholeRecords = ibt.wholeRecords();
+    info.m_partialRecordBytes = ibt.partialRecordBytes();
+    return info;
+}
+
+QString RecordingInfo::recordsNote() const
+{
+    if (!m_problem.isEmpty())
+        return {};
+    const QString dropped
+        = QStringLiteral("%1 bytes of a partial record dropped").arg(m_partialRecordBytes);
+    if (m_wholeRecords == 0)
+        return m_partialRecordBytes > 0 ? QStringLiteral("no records, ") + dropped
+                                        : QStringLiteral("no records");
+    if (m_partialRecordBytes == 0)
+        return {};
+    return QStringLiteral("%1 whole records read, ").arg(m_wholeRecords) + dropped;
+}
