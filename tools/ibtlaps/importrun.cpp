@@ -104,7 +104,7 @@ bool ImportRun::processFile(qsizetype index)
     if (!m_channelsChecked && !m_channels.isAll() && !result.laps.isEmpty()) {
         const QString unknown = m_channels.unknownNamesText(result.laps);
         if (!unknown.isEmpty()) {
-            m_reporter.usageError(unknown.trimmed());
+            m_reporter.usageError(unknown);
             return false;
         }
         m_channelsChecked = true;
@@ -158,8 +158,9 @@ void ImportRun::writeOutputs(const ImportResult &result, const QList<qsizetype> 
             m_failed = true;
         }
         if (!written.isEmpty())
-            m_reporter.info(QStringLiteral("wrote %1 CSV files to %2")
+            m_reporter.info(QStringLiteral("wrote %1 CSV %2 to %3")
                                 .arg(written.size())
+                                .arg(written.size() == 1 ? u"file" : u"files")
                                 .arg(QDir::toNativeSeparators(m_csvDirectory.absolutePath())));
     }
 

@@ -37,7 +37,9 @@ void Reporter::message(const ImportResult::Message &message)
 void Reporter::usageError(const QString &text)
 {
     m_out.flush();
-    m_err << "ibt-laps: " << text << "\nTry 'ibt-laps --help'." << Qt::endl;
+    for (const QString &line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        m_err << "ibt-laps: " << line << '\n';
+    m_err << "Try 'ibt-laps --help'." << Qt::endl;
 }
 
 void Reporter::line(const QString &tag, const QString &text)

@@ -22,7 +22,7 @@ public:
     void error(const QString &text);
     // A line the plug-in sent, by its level.
     void message(const ImportResult::Message &message);
-    // A wrong command line, with the hint to the help.
+    // A wrong command line, a line for each thing wrong, with the hint to the help.
     void usageError(const QString &text);
 
 private:
