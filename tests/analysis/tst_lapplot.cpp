@@ -1,42 +1,16 @@
 #include "lapplot.h"
 #include "laps.h"
+#include "picturepixels.h"
 #include "plotstyle.h"
 
 #include <QGuiApplication>
 #include <QTest>
 
+using namespace PicturePixels;
 using ZUM::SDK::Lap;
 using Laps = QList<QSharedPointer<Lap>>;
 
 namespace {
-
-// Pixels of exactly that colour: the inside of a line drawn in it.
-int count(const QImage &image, const QRect &area, const QColor &colour)
-{
-    int found = 0;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            if (image.pixelColor(x, y) == colour)
-                ++found;
-        }
-    }
-    return found;
-}
-
-// Pixels of a clear colour, not black, white or grey.
-int colourful(const QImage &image, const QRect &area)
-{
-    int found = 0;
-    for (int y = area.top(); y <= area.bottom(); y += 2) {
-        for (int x = area.left(); x <= area.right(); x += 2) {
-            const QColor c = image.pixelColor(x, y);
-            if (std::max({c.red(), c.green(), c.blue()}) - std::min({c.red(), c.green(), c.blue()})
-                > 60)
-                ++found;
-        }
-    }
-    return found;
-}
 
 bool near(const QColor &a, const QColor &b)
 {
@@ -228,9 +202,7 @@ void tst_LapPlot::trackMap()
     int down = map.top();
     for (int y = map.top() + 2; y < map.bottom() - 2; ++y) {
         for (int x = map.left() + 2; x < map.right() - 2; ++x) {
-            const QColor c = image.pixelColor(x, y);
-            if (std::max({c.red(), c.green(), c.blue()}) - std::min({c.red(), c.green(), c.blue()})
-                > 60) {
+            if (isColourful(image.pixelColor(x, y))) {
                 left = std::min(left, x);
                 right = std::max(right, x);
                 up = std::min(up, y);

@@ -6,6 +6,7 @@
 #include "irsdk.h"
 #include "lap.h"
 #include "plugininterfaceimport.h"
+#include "sessiongenerator.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,6 +15,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QTime>
 
 #include <cstring>
@@ -29,6 +31,39 @@ struct Run
     int exitCode = -1;
     QByteArray out;
     QByteArray err;
+};
+
+// The sessions the tool's tests run on: the default practice session, two short ones (the
+// second with another driver, recorded a day earlier) and one without the player's car.
+struct Sessions
+{
+    SessionGenerator::Options practiceOptions;
+    QString practice;
+    QString shortOne;
+    QString second;
+    QString noPlayer;
+
+    bool write(const QTemporaryDir &dir)
+    {
+        practice = dir.filePath(QStringLiteral("practice.ibt"));
+        SessionGenerator::Options quick;
+        quick.trackLength = 1500.0;
+        quick.lapTime = 40.0;
+        quick.laps = 2;
+        quick.otherCars = 1;
+        shortOne = dir.filePath(QStringLiteral("short.ibt"));
+        SessionGenerator::Options secondOptions = quick;
+        secondOptions.playerName = QStringLiteral("Second Driver");
+        secondOptions.startDate -= 86400;
+        second = dir.filePath(QStringLiteral("second.ibt"));
+        SessionGenerator::Options noPlayerOptions = quick;
+        noPlayerOptions.player = false;
+        noPlayer = dir.filePath(QStringLiteral("no-player.ibt"));
+        return SessionGenerator(practiceOptions).write(practice)
+            && SessionGenerator(quick).write(shortOne)
+            && SessionGenerator(secondOptions).write(second)
+            && SessionGenerator(noPlayerOptions).write(noPlayer);
+    }
 };
 
 inline Run run(const QStringList &arguments,

@@ -92,25 +92,13 @@ private:
 void tst_IbtLaps::initTestCase()
 {
     QVERIFY(m_dir.isValid());
-
-    m_practice = path(QStringLiteral("practice.ibt"));
-    QVERIFY(SessionGenerator(m_practiceOptions).write(m_practice));
-
-    SessionGenerator::Options quick;
-    quick.trackLength = 1500.0;
-    quick.lapTime = 40.0;
-    quick.laps = 2;
-    quick.otherCars = 1;
-    m_short = path(QStringLiteral("short.ibt"));
-    QVERIFY(SessionGenerator(quick).write(m_short));
-    quick.playerName = QStringLiteral("Second Driver");
-    quick.startDate -= 86400;
-    m_shortSecond = path(QStringLiteral("second.ibt"));
-    QVERIFY(SessionGenerator(quick).write(m_shortSecond));
-    quick.startDate += 86400;
-    quick.player = false;
-    m_noPlayer = path(QStringLiteral("no-player.ibt"));
-    QVERIFY(SessionGenerator(quick).write(m_noPlayer));
+    Sessions sessions;
+    QVERIFY(sessions.write(m_dir));
+    m_practiceOptions = sessions.practiceOptions;
+    m_practice = sessions.practice;
+    m_short = sessions.shortOne;
+    m_shortSecond = sessions.second;
+    m_noPlayer = sessions.noPlayer;
 
     m_practiceRun = run({m_practice});
     QVERIFY2(m_practiceRun.exitCode == 0, m_practiceRun.err.constData());

@@ -1,5 +1,6 @@
 #include "ibtlapsrun.h"
 #include "lapplot.h"
+#include "picturepixels.h"
 #include "plotstyle.h"
 #include "samplefiles.h"
 #include "session.h"
@@ -20,37 +21,10 @@
 
 using namespace IbtLapsRun;
 using ZUM::SDK::Channel;
+using namespace PicturePixels;
 using ZUM::SDK::Lap;
 
 namespace {
-
-// Pixels of exactly that colour: the inside of a line drawn in it.
-int count(const QImage &image, const QRect &area, const QColor &colour)
-{
-    int found = 0;
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        for (int x = area.left(); x <= area.right(); ++x) {
-            if (image.pixelColor(x, y) == colour)
-                ++found;
-        }
-    }
-    return found;
-}
-
-// Pixels of a clear colour, not black, white or grey.
-int colourful(const QImage &image, const QRect &area)
-{
-    int found = 0;
-    for (int y = area.top(); y <= area.bottom(); y += 2) {
-        for (int x = area.left(); x <= area.right(); x += 2) {
-            const QColor c = image.pixelColor(x, y);
-            if (std::max({c.red(), c.green(), c.blue()}) - std::min({c.red(), c.green(), c.blue()})
-                > 60)
-                ++found;
-        }
-    }
-    return found;
-}
 
 QByteArray title(const QString &name, const QString &unit)
 {
@@ -105,22 +79,13 @@ private:
 void tst_IbtLapsExports::initTestCase()
 {
     QVERIFY(m_dir.isValid());
-    m_practice = path(QStringLiteral("practice.ibt"));
-    QVERIFY(SessionGenerator(m_practiceOptions).write(m_practice));
-
-    SessionGenerator::Options quick;
-    quick.trackLength = 1500.0;
-    quick.lapTime = 40.0;
-    quick.laps = 2;
-    quick.otherCars = 1;
-    m_short = path(QStringLiteral("short.ibt"));
-    QVERIFY(SessionGenerator(quick).write(m_short));
-    quick.playerName = QStringLiteral("Second Driver");
-    m_shortSecond = path(QStringLiteral("second.ibt"));
-    QVERIFY(SessionGenerator(quick).write(m_shortSecond));
-    quick.player = false;
-    m_noPlayer = path(QStringLiteral("no-player.ibt"));
-    QVERIFY(SessionGenerator(quick).write(m_noPlayer));
+    Sessions sessions;
+    QVERIFY(sessions.write(m_dir));
+    m_practiceOptions = sessions.practiceOptions;
+    m_practice = sessions.practice;
+    m_short = sessions.shortOne;
+    m_shortSecond = sessions.second;
+    m_noPlayer = sessions.noPlayer;
 
     m_practiceRun
         = run({m_practice, QStringLiteral("--json"), path(QStringLiteral("practice.json")),
