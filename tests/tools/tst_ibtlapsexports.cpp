@@ -36,6 +36,55 @@ bool sameBits(double a, double b)
     return std::memcmp(&a, &b, sizeof(double)) == 0;
 }
 
+// The track map of a picture: the path in the speed scale's colours, the scale from dark
+// (slow) at the bottom to light (fast) at the top, and the path as wide for its height as the
+// best lap's positions say, on the ground.
+bool drawsTheTrack(const QImage &image, const Laps &laps)
+{
+    const QRect map = LapPlot::trackMapPanel();
+    const QRect scale = LapPlot::speedScale();
+    if (colourful(image, map) < 500)
+        return false;
+    const QColor top = image.pixelColor(scale.center().x(), scale.top() + 3);
+    const QColor bottom = image.pixelColor(scale.center().x(), scale.bottom() - 3);
+    if (qGray(top.rgb()) <= qGray(bottom.rgb()) + 100)
+        return false;
+
+    QRect drawn;
+    for (int y = map.top() + 2; y < map.bottom() - 2; ++y) {
+        for (int x = map.left() + 2; x < map.right() - 2; ++x) {
+            if (isColourful(image.pixelColor(x, y)))
+                drawn |= QRect(x, y, 1, 1);
+        }
+    }
+    // The best lap's extent in metres east and north, from its own positions.
+    qsizetype best = -1;
+    for (qsizetype i = 0; i < laps.size(); ++i) {
+        const ZUM::SDK::LapHeader &header = laps[i]->header();
+        if (header.completed && header.lapTime != QTime(0, 59, 59)
+            && (best < 0 || header.lapTime < laps[best]->header().lapTime))
+            best = i;
+    }
+    const Channel &lat = *laps[best]->channel(QStringLiteral("lat"));
+    const Channel &lon = *laps[best]->channel(QStringLiteral("lon"));
+    double latSum = 0.0;
+    for (qint64 i = 0; i < lat.size(); ++i)
+        latSum += lat.value(i);
+    const double eastPerDegree = std::cos(latSum / lat.size() * M_PI / 180.0);
+    double west = INFINITY, east = -INFINITY, south = INFINITY, north = -INFINITY;
+    for (qint64 i = 0; i < lat.size(); ++i) {
+        west = std::min(west, lon.value(i) * eastPerDegree);
+        east = std::max(east, lon.value(i) * eastPerDegree);
+        south = std::min(south, lat.value(i));
+        north = std::max(north, lat.value(i));
+    }
+    const double expected = (east - west) / (north - south);
+    // The drawn line is a few pixels wide on either side.
+    const double width = drawn.width() - 6.0;
+    const double height = drawn.height() - 6.0;
+    return std::abs(width / height - expected) < 0.03 * expected;
+}
+
 } // namespace
 
 class tst_IbtLapsExports : public QObject
@@ -464,10 +513,18 @@ void tst_IbtLapsExports::pictureOfTheLaps_data()
     QTest::addColumn<QString>("input");
     QTest::addColumn<bool>("withDisplaySettings"); // false: no platform or display set at all
     QTest::addColumn<bool>("expectLaps");
+    QTest::addColumn<bool>("expectMap");
 
-    QTest::newRow("practice") << m_practice << true << true;
-    QTest::newRow("short practice without any display") << m_short << false << true;
-    QTest::newRow("no laps") << m_noPlayer << true << false;
+    SessionGenerator::Options noPositions;
+    noPositions.laps = 2;
+    noPositions.omitVariables = {QStringLiteral("Lat"), QStringLiteral("Lon")};
+    const QString withoutPositions = path(QStringLiteral("no-positions.ibt"));
+    QVERIFY(SessionGenerator(noPositions).write(withoutPositions));
+
+    QTest::newRow("practice") << m_practice << true << true << true;
+    QTest::newRow("short practice without any display") << m_short << false << true << true;
+    QTest::newRow("a session without positions") << withoutPositions << true << true << false;
+    QTest::newRow("no laps") << m_noPlayer << true << false << false;
 }
 
 void tst_IbtLapsExports::pictureOfTheLaps()
@@ -475,6 +532,7 @@ void tst_IbtLapsExports::pictureOfTheLaps()
     QFETCH(QString, input);
     QFETCH(bool, withDisplaySettings);
     QFETCH(bool, expectLaps);
+    QFETCH(bool, expectMap);
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     if (!withDisplaySettings) {
@@ -491,7 +549,7 @@ void tst_IbtLapsExports::pictureOfTheLaps()
     const QImage image = reader.read();
     QCOMPARE(image.size(), QSize(1600, LapPlot::Height));
     // Each panel where the layout puts it: the best lap in the best lap's colour in every
-    // panel over distance, and in the legend; the synthetic sessions have no positions.
+    // panel over distance, and in the legend.
     const QList<QRect> panels = {LapPlot::speedPanel(), LapPlot::legendBox(), LapPlot::deltaPanel(),
                                  LapPlot::inputsPanel(), LapPlot::gearPanel()};
     for (const QRect &panel : panels) {
@@ -501,10 +559,14 @@ void tst_IbtLapsExports::pictureOfTheLaps()
         else
             QCOMPARE(colourful(image, panel), 0);
     }
-    QCOMPARE(colourful(image, LapPlot::trackMapPanel()), 0);
-    QCOMPARE(colourful(image, LapPlot::speedScale()), 0);
+    // The other laps in the legend, in their own colours.
     if (expectLaps)
-        QVERIFY(count(image, LapPlot::speedPanel(), PlotStyle::otherColour(0)) > 50);
+        QVERIFY(count(image, LapPlot::legendBox(), PlotStyle::otherColour(0)) > 20);
+    if (expectMap)
+        QVERIFY(drawsTheTrack(image, importDirectly(input)));
+    else
+        QVERIFY(colourful(image, LapPlot::trackMapPanel()) + colourful(image, LapPlot::speedScale())
+                == 0);
 }
 
 void tst_IbtLapsExports::pictureFormats_data()
@@ -567,8 +629,7 @@ void tst_IbtLapsExports::pictureOfARecordedFile()
     QCOMPARE(run({file, QStringLiteral("--plot"), plot}).exitCode, 0);
     const QImage image(plot);
     QCOMPARE(image.size(), QSize(1600, LapPlot::Height));
-    QVERIFY(colourful(image, LapPlot::trackMapPanel()) > 500);
-    QVERIFY(colourful(image, LapPlot::speedScale()) > 50);
+    QVERIFY(drawsTheTrack(image, laps));
     for (const QRect &panel :
          {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel()})
         QVERIFY(count(image, panel, PlotStyle::bestColour()) > 50);
