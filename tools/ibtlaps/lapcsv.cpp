@@ -117,22 +117,32 @@ bool writeLap(const Lap &lap, const LapCsv::Settings &settings, const QString &p
         text.append(cellText(columns[i].title));
     }
     text.append('\n');
-    for (qint64 row = 0; row < rows; ++row) {
-        if (row % 8 == 0) {
-            for (const Values &column : values) {
-                if (row + 64 < column.size)
-                    __builtin_prefetch(column.data + row + 64);
+    // The rows come a block at a time through a small table in row order, gathered a
+    // channel at a time: each channel is then read front to back, not one value out of
+    // every channel for every row.
+    constexpr qint64 blockRows = 64;
+    const size_t width = values.size();
+    std::vector<double> block(size_t(blockRows) * width);
+    for (qint64 first = 0; first < rows; first += blockRows) {
+        const qint64 count = std::min(blockRows, rows - first);
+        for (size_t i = 0; i < width; ++i) {
+            const Values &column = values[i];
+            for (qint64 k = 0; k < count; ++k)
+                block[size_t(k) * width + i]
+                    = first + k < column.size ? column.data[first + k] : NAN;
+        }
+        for (qint64 k = 0; k < count; ++k) {
+            const double *cells = block.data() + size_t(k) * width;
+            for (size_t i = 0; i < width; ++i) {
+                if (i > 0)
+                    text.append(',');
+                // NaN and the infinities leave the cell empty, as does the invalid marker.
+                if (ZUM::SDK::isValidValue(cells[i]))
+                    text.appendNumber(cells[i]);
             }
+            text.append('\n');
+            text.flushWhenFull();
         }
-        for (size_t i = 0; i < values.size(); ++i) {
-            if (i > 0)
-                text.append(',');
-            // NaN and the infinities leave the cell empty, as does the invalid marker.
-            if (row < values[i].size && ZUM::SDK::isValidValue(values[i].data[row]))
-                text.appendNumber(values[i].data[row]);
-        }
-        text.append('\n');
-        text.flushWhenFull();
     }
     return text.flush() && file.commit();
 }
