@@ -66,8 +66,44 @@ struct Sessions
     }
 };
 
-inline Run run(const QStringList &arguments,
-               const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+Run run(const QStringList &arguments,
+        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment());
+Laps importDirectly(const QString &path);
+
+// What each test of the tool starts from: a folder of its own with the sessions in it, and
+// the practice session run once by the tool and imported here to compare against.
+class IbtLapsTest : public QObject
+{
+protected:
+    // For initTestCase; practiceOptions go to the tool's run of the practice session.
+    bool prepare(const QStringList &practiceOptions = {})
+    {
+        Sessions sessions;
+        if (!m_dir.isValid() || !sessions.write(m_dir))
+            return false;
+        m_practiceOptions = sessions.practiceOptions;
+        m_practice = sessions.practice;
+        m_short = sessions.shortOne;
+        m_shortSecond = sessions.second;
+        m_noPlayer = sessions.noPlayer;
+        m_practiceRun = run(QStringList {m_practice} + practiceOptions);
+        m_practiceLaps = importDirectly(m_practice);
+        return m_practiceRun.exitCode == 0 && m_practiceLaps.size() == 5;
+    }
+
+    QString path(const QString &name) const { return m_dir.filePath(name); }
+
+    QTemporaryDir m_dir;
+    SessionGenerator::Options m_practiceOptions; // the default practice session
+    QString m_practice; // practice.ibt
+    Run m_practiceRun;
+    Laps m_practiceLaps; // the same file imported here
+    QString m_short; // a short practice session for the quicker runs
+    QString m_shortSecond; // another one, with a second driver, recorded a day earlier
+    QString m_noPlayer; // a session without the player's car: no laps
+};
+
+inline Run run(const QStringList &arguments, const QProcessEnvironment &environment)
 {
     QProcess process;
     process.setProcessEnvironment(environment);
