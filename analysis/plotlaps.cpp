@@ -50,7 +50,8 @@ PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen,
         const QString name = QStringLiteral("speed");
         const QSharedPointer<ZUM::SDK::Channel> speedChannel
             = LapChannels::find(*laps[index], name);
-        std::vector<double> distance = LapChannels::distance(*laps[index], result.m_trackLength);
+        const std::vector<double> distance
+            = LapChannels::distance(*laps[index], result.m_trackLength);
         if (!speedChannel || distance.empty()) {
             result.m_blankLaps.append(index);
             continue;
@@ -67,7 +68,7 @@ PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen,
             result.m_blankLaps.append(index);
             continue;
         }
-        candidates.append({index, std::move(distance), segments});
+        candidates.append({index, segments});
         covered.append(LapSeries::coveredDistance(segments));
         longest = std::max(longest, covered.last());
     }

@@ -8,7 +8,6 @@
 #include <QPolygonF>
 
 #include <optional>
-#include <vector>
 
 // Which of the chosen laps a picture draws and in which colours. A lap is drawn when it has
 // speed and distance over at least a quarter of the track; of more than MostLaps such laps,
@@ -23,7 +22,6 @@ public:
     struct Drawn
     {
         qsizetype index; // into the laps
-        std::vector<double> distance; // metres, per sample
         QList<QPolygonF> speed; // over distance, in the speed unit
     };
 
