@@ -95,8 +95,12 @@ void tst_IbtFile::readsEveryPart()
     QCOMPARE(file.header().numVars, 3);
     QCOMPARE(file.varHeaderCount(), 3);
     QCOMPARE(QByteArray(file.varHeaders()[1].name), QByteArray("LapDistPct"));
-    QCOMPARE(file.diskSubHeader().sessionStartDate, qint64(1432823183));
-    QCOMPARE(file.diskSubHeader().sessionStartTime, 25.5);
+    // Copied out first: the packed structure's fields are not aligned for a reference.
+    const irsdk_diskSubHeader subHeader = file.diskSubHeader();
+    const qint64 startDate = subHeader.sessionStartDate;
+    const double startTime = subHeader.sessionStartTime;
+    QCOMPARE(startDate, qint64(1432823183));
+    QCOMPARE(startTime, 25.5);
     QCOMPARE(file.fileSize(), QFileInfo(path("whole.ibt")).size());
     QCOMPARE(file.recordLength(), 8 + 4 + 16);
     QCOMPARE(file.recordOffset(), qint64(file.header().varBuf[0].bufOffset));
