@@ -23,12 +23,16 @@ zum_ensure_packages() {
     fi
 }
 
-# zum_configure DIR [cmake arguments...]: configures DIR once; later builds reuse it.
+# zum_configure DIR [cmake arguments...]: configures DIR once, and again only when the
+# arguments change (new sanitizer flags, say); later builds reuse it.
 zum_configure() {
     local dir=$1
     shift
-    if [ ! -f "$dir/CMakeCache.txt" ]; then
+    local arguments="$*" stored
+    stored=$(cat "$dir/zum-configure-arguments" 2>/dev/null || true)
+    if [ ! -f "$dir/CMakeCache.txt" ] || [ "$stored" != "$arguments" ]; then
         cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+        printf '%s' "$arguments" >"$dir/zum-configure-arguments"
     fi
 }
 
