@@ -1,3 +1,4 @@
+#include "drivewriter.h"
 #include "ibtwriter.h"
 #include "plugininterfaceimport.h"
 
@@ -19,93 +20,6 @@ const QString format = QStringLiteral("iRacing binary telemetry (*.ibt)");
 // What int conversion gives on x86 for a value it cannot hold, as a lap time in milliseconds.
 const QTime unrepresentableLapTime(3, 28, 36, 352);
 constexpr qint32 unrepresentableLapNumber = std::numeric_limits<qint32>::min();
-
-QByteArray sessionText(const char *simMode)
-{
-    return QByteArray("---\nWeekendInfo:\n TrackDisplayName: Test Ring\n SimMode: ") + simMode
-        + "\nSessionInfo:\n Sessions:\n - SessionNum: 0\n   SessionType: Practice\n"
-          "DriverInfo:\n DriverCarIdx: 0\n Drivers:\n - CarIdx: 0\n   UserName: Solo\n...\n";
-}
-
-// One record of the player's car.
-struct Tick
-{
-    double lap = 1;
-    double lapDistPct = 0.0;
-    double lapClock = 0.0;
-    double lastLapTime = 0.0;
-    bool inPitStall = false;
-};
-
-// Writes the player's driving record by record: a live recording, or a replay, which reads
-// the last-lap time from another variable and the stall from a flag of its own.
-class Drive
-{
-public:
-    Drive(int32_t lapType, bool replay)
-    {
-        m_writer.setSessionInfo(sessionText(replay ? "replay" : "full"));
-        m_time = m_writer.addVariable("SessionTime", irsdk_double, 1, "s");
-        m_tick = m_writer.addVariable("SessionTick", irsdk_int);
-        m_sessionNum = m_writer.addVariable("SessionNum", irsdk_int);
-        m_lap = m_writer.addVariable("Lap", lapType);
-        m_pct = m_writer.addVariable("LapDistPct", irsdk_float, 1, "%");
-        m_dist = m_writer.addVariable("LapDist", irsdk_float, 1, "m");
-        m_speed = m_writer.addVariable("Speed", irsdk_float, 1, "m/s");
-        m_onTrack = m_writer.addVariable("IsOnTrack", irsdk_bool);
-        m_inStall = m_writer.addVariable("PlayerCarInPitStall", irsdk_bool);
-        m_clock = m_writer.addVariable("LapCurrentLapTime", irsdk_float, 1, "s");
-        m_lastLapTime
-            = m_writer.addVariable(replay ? "LastLapTime" : "LapLastLapTime", irsdk_float, 1, "s");
-    }
-
-    bool open(const QString &path) { return m_writer.open(path); }
-    bool finish() { return m_writer.finish(); }
-
-    void append(const Tick &tick)
-    {
-        ++m_records;
-        m_writer.setValue(m_time, m_records);
-        m_writer.setValue(m_tick, m_records);
-        m_writer.setValue(m_sessionNum, 0);
-        m_writer.setValue(m_lap, tick.lap);
-        m_writer.setValue(m_pct, tick.lapDistPct);
-        // Never exactly 0: a lap distance of 0 between two others is a reset of the car.
-        m_writer.setValue(m_dist, tick.lapDistPct * 1000.0 + 1.0);
-        m_writer.setValue(m_speed, tick.inPitStall ? 0.0 : 50.0);
-        m_writer.setValue(m_onTrack, tick.inPitStall ? 0 : 1);
-        m_writer.setValue(m_inStall, tick.inPitStall ? 1 : 0);
-        m_writer.setValue(m_clock, tick.lapClock);
-        m_writer.setValue(m_lastLapTime, tick.lastLapTime);
-        m_writer.appendRecord();
-    }
-
-    // Drives from fraction `from` to `to` in steps of a hundredth, a second a step.
-    void drive(Tick &tick, double from, double to)
-    {
-        for (int step = 0; from + step / 100.0 <= to + 1e-9; ++step) {
-            tick.lapDistPct = from + step / 100.0;
-            tick.lapClock += 1.0;
-            append(tick);
-        }
-    }
-
-    // Leaves the stall, drives the out lap and crosses the line: the next lap starts.
-    void outLap(Tick &tick)
-    {
-        tick.inPitStall = true;
-        append(tick);
-        tick.inPitStall = false;
-        drive(tick, 0.10, 0.95);
-        tick.lapClock = 0.0;
-    }
-
-private:
-    IbtWriter m_writer;
-    int m_records = 0;
-    int m_time, m_tick, m_sessionNum, m_lap, m_pct, m_dist, m_speed, m_onTrack, m_inStall, m_clock,
-        m_lastLapTime;
-};
 
 } // namespace
 
@@ -178,18 +92,8 @@ void tst_DamagedContents::lastLapTimeBeyondMilliseconds()
     QFETCH(double, lastLapTime);
     QFETCH(QTime, lapTime);
 
-    Drive drive(irsdk_int, replay);
     const QString path = m_dir.filePath(QStringLiteral("last-lap-time.ibt"));
-    QVERIFY(drive.open(path));
-    Tick tick;
-    drive.outLap(tick);
-    tick.lap = 2;
-    drive.drive(tick, 0.0, 0.95);
-    tick.lap = 3;
-    tick.lapClock = 0.0;
-    tick.lastLapTime = lastLapTime;
-    drive.drive(tick, 0.0, 0.10);
-    QVERIFY(drive.finish());
+    QVERIFY(DriveWriter::writeLastLapTime(path, replay, lastLapTime));
 
     const Laps laps = import(path);
     QCOMPARE(laps.size(), 3);
@@ -230,16 +134,8 @@ void tst_DamagedContents::lapCounterBeyondLapNumbers()
     QFETCH(double, lapCounter);
     QFETCH(int, lapNumber);
 
-    Drive drive(type, false);
     const QString path = m_dir.filePath(QStringLiteral("lap-counter.ibt"));
-    QVERIFY(drive.open(path));
-    Tick tick;
-    drive.outLap(tick);
-    tick.lap = lapCounter;
-    drive.drive(tick, 0.0, 0.30);
-    tick.lap = 0;
-    drive.drive(tick, 0.31, 0.40);
-    QVERIFY(drive.finish());
+    QVERIFY(DriveWriter::writeLapCounter(path, type, lapCounter));
 
     const Laps laps = import(path);
     QVERIFY(laps.size() >= 2);

@@ -1,9 +1,8 @@
+#include "smallstack.h"
 #include "tyamltree.h"
 
 #include <QTest>
-#include <QThread>
 
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -11,19 +10,6 @@ namespace {
 
 // As deep as the longest text a damaged file was found to nest.
 constexpr int depth = 106000;
-// Far below a main thread's 8 MiB, as a host may import on a worker thread: anything that
-// recursed once per level would overflow it within a few thousand levels.
-constexpr uint smallStack = 256 * 1024;
-
-// Runs the work to its end on a thread with the small stack.
-template<typename Work>
-void runOnSmallStack(Work work)
-{
-    const std::unique_ptr<QThread> thread(QThread::create(std::move(work)));
-    thread->setStackSize(smallStack);
-    thread->start();
-    thread->wait();
-}
 
 // The path of `levels` sub-trees of the same name, one below the other.
 std::string repeatedPath(const std::string &name, int levels)
@@ -73,7 +59,7 @@ Found walkDown(TStringTree &root, const std::string &name, std::string_view valu
 
 // A damaged session text may nest as deep as it has lines. Building, reading and destroying
 // such a tree must not take stack in proportion to its depth: each test runs on a thread
-// with a small stack, which a recursion over 106,000 levels would overflow.
+// with a small stack, which a recursion over 106,000 levels would overflow many times over.
 class tst_DeepTree : public QObject
 {
     Q_OBJECT
@@ -105,7 +91,7 @@ void tst_DeepTree::listItemsNestedByTheText()
     // A value on the last line is stored in the deepest item.
     const QByteArray text = "---\n" + (line + '\n').repeated(depth) + "  Key: deep\n";
     Found found;
-    runOnSmallStack([&] {
+    SmallStack::run([&] {
         TYamlTree tree;
         tree.setYaml(text.constData());
         found = walkDown(tree, itemName.toStdString(), "Key");
@@ -120,7 +106,7 @@ void tst_DeepTree::listItemsNestedByTheText()
 void tst_DeepTree::pathOfEveryLevel()
 {
     Found found;
-    runOnSmallStack([&] {
+    SmallStack::run([&] {
         TStringTree tree;
         tree.pathSet(repeatedPath("level", depth) + "/value", QStringLiteral("at the bottom"));
         found = walkDown(tree, "level", "value");
@@ -136,7 +122,7 @@ void tst_DeepTree::clearingADeepTreeKeepsTheValues()
 {
     QStringList subTrees;
     QString value;
-    runOnSmallStack([&] {
+    SmallStack::run([&] {
         TStringTree tree;
         tree.set("own", QStringLiteral("kept"));
         tree.pathSet(repeatedPath("a", depth) + "/b", QStringLiteral("gone"));
