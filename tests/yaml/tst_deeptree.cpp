@@ -1,4 +1,4 @@
-#include "smallstack.h"
+#include "smallstackthread.h"
 #include "tyamltree.h"
 
 #include <QTest>
@@ -91,11 +91,12 @@ void tst_DeepTree::listItemsNestedByTheText()
     // A value on the last line is stored in the deepest item.
     const QByteArray text = "---\n" + (line + '\n').repeated(depth) + "  Key: deep\n";
     Found found;
-    SmallStack::run([&] {
+    auto work = [&] {
         TYamlTree tree;
         tree.setYaml(text.constData());
         found = walkDown(tree, itemName.toStdString(), "Key");
-    });
+    };
+    SmallStackThread().run(work);
     QCOMPARE(found.levels, depth);
     QVERIFY(found.deepestHasNoSubTree);
     QVERIFY(found.pathReachesDeepest);
@@ -106,11 +107,12 @@ void tst_DeepTree::listItemsNestedByTheText()
 void tst_DeepTree::pathOfEveryLevel()
 {
     Found found;
-    SmallStack::run([&] {
+    auto work = [&] {
         TStringTree tree;
         tree.pathSet(repeatedPath("level", depth) + "/value", QStringLiteral("at the bottom"));
         found = walkDown(tree, "level", "value");
-    });
+    };
+    SmallStackThread().run(work);
     QCOMPARE(found.levels, depth);
     QVERIFY(found.deepestHasNoSubTree);
     QVERIFY(found.pathReachesDeepest);
@@ -122,7 +124,7 @@ void tst_DeepTree::clearingADeepTreeKeepsTheValues()
 {
     QStringList subTrees;
     QString value;
-    SmallStack::run([&] {
+    auto work = [&] {
         TStringTree tree;
         tree.set("own", QStringLiteral("kept"));
         tree.pathSet(repeatedPath("a", depth) + "/b", QStringLiteral("gone"));
@@ -131,7 +133,8 @@ void tst_DeepTree::clearingADeepTreeKeepsTheValues()
         tree.clear();
         subTrees = tree.subTreesKeys();
         value = tree.value("own");
-    });
+    };
+    SmallStackThread().run(work);
     QVERIFY(subTrees.isEmpty());
     QCOMPARE(value, QStringLiteral("kept"));
 }
