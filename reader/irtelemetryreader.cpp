@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <string>
 
 using ZUM::SDK::CarStatus;
@@ -35,6 +36,45 @@ const QMap<QString, QString> diacriticFixes = {
 // Lap times that cannot be trusted.
 constexpr float untrustedLapTime = 3599.0f;
 
+<<<<<<< HEAD
+=======
+// Truncated toward zero like a conversion to int, which is undefined for NaN, infinities and
+// values beyond the int range: a damaged record can hold any of them. For those it gives
+// INT_MIN, the result x86 has always given, so such laps read as they always did.
+int truncatedToInt(double value)
+{
+    constexpr double twoToThe31 = 2147483648.0;
+    if (value > -twoToThe31 - 1.0 && value < twoToThe31)
+        return int(value);
+    return std::numeric_limits<int>::min();
+}
+
+// A variable of the tick, or the default when the sample lacks it or holds no valid value.
+const Value *validValue(const DynamicData &values, const QString &name)
+{
+    const Value *value = values.find(name);
+    return value && value->isValid() ? value : nullptr;
+}
+
+float readFloat(const DynamicData &values, const QString &name, float fallback)
+{
+    const Value *value = validValue(values, name);
+    return value ? value->toFloat() : fallback;
+}
+
+int readInt(const DynamicData &values, const QString &name, int fallback)
+{
+    const Value *value = validValue(values, name);
+    return value ? value->toInt() : fallback;
+}
+
+bool readBool(const DynamicData &values, const QString &name, bool fallback)
+{
+    const Value *value = validValue(values, name);
+    return value ? value->toBool() : fallback;
+}
+
+>>>>>>> hardening
 // The session kind that a session type text of the session text names; Unknown otherwise.
 Session sessionOfType(const QString &type)
 {
@@ -645,7 +685,7 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
         || (header.flyingLap == 0 && car.current.sessionType != Session::Race))
         time = untrustedLapTime;
     car.current.lastLapTime = time;
-    header.lapTime = QTime(0, 0, 0, 0).addMSecs(int(time * 1000.0f));
+    header.lapTime = QTime(0, 0, 0, 0).addMSecs(truncatedToInt(time * 1000.0f));
     header.lapId = car.previous.lapId;
     header.stintId = car.previous.stintId;
 
@@ -657,7 +697,7 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
         if (car.current.lap == 0 && car.current.lapInStint >= 1) {
             const QSharedPointer<Channel> lapChannel = lap->channel(m_lapKey.name);
             if (lapChannel && !lapChannel->isEmpty())
-                car.current.lap = int(std::trunc(lapChannel->value(0)));
+                car.current.lap = truncatedToInt(lapChannel->value(0));
         }
         if (m_myCarOnly) {
             header.lapNumber = car.current.lap;

@@ -2,15 +2,24 @@
 
 # Debian 12 packages the project builds with.
 ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev fonts-dejavu-core)
+# clang with libFuzzer and its sanitizer runtimes, for the fuzz targets (build-fuzz).
+ZUM_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
-zum_ensure_packages() {
-    local missing=()
+# zum_missing_packages PACKAGE...: prints those of the packages that are not installed.
+zum_missing_packages() {
     local package
-    for package in "${ZUM_PACKAGES[@]}"; do
+    for package in "$@"; do
         if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
-            missing+=("$package")
+            echo "$package"
         fi
     done
+}
+
+# zum_ensure_packages [PACKAGE...]: installs those missing (the project's own by default).
+zum_ensure_packages() {
+    [ $# -gt 0 ] || set -- "${ZUM_PACKAGES[@]}"
+    local missing
+    mapfile -t missing < <(zum_missing_packages "$@")
     [ ${#missing[@]} -eq 0 ] && return 0
     if [ "$(id -u)" -eq 0 ]; then
         echo "Installing missing packages: ${missing[*]}" >&2
@@ -23,12 +32,16 @@ zum_ensure_packages() {
     fi
 }
 
-# zum_configure DIR [cmake arguments...]: configures DIR once; later builds reuse it.
+# zum_configure DIR [cmake arguments...]: configures DIR once, and again only when the
+# arguments change (new sanitizer flags, say); later builds reuse it.
 zum_configure() {
     local dir=$1
     shift
-    if [ ! -f "$dir/CMakeCache.txt" ]; then
+    local arguments="$*" stored
+    stored=$(cat "$dir/zum-configure-arguments" 2>/dev/null || true)
+    if [ ! -f "$dir/CMakeCache.txt" ] || [ "$stored" != "$arguments" ]; then
         cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+        printf '%s' "$arguments" >"$dir/zum-configure-arguments"
     fi
 }
 
@@ -36,4 +49,13 @@ zum_configure() {
 zum_build() {
     zum_configure "$@"
     cmake --build "$1" --parallel "$(nproc)"
+}
+
+# zum_build_fuzzers: the fuzz targets and their seed writer, built with clang, libFuzzer,
+# AddressSanitizer and UndefinedBehaviorSanitizer into build-fuzz; nothing else of the project.
+zum_build_fuzzers() {
+    zum_configure build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DZUM_BUILD_FUZZ=ON \
+        -DZUM_BUILD_TESTS=OFF -DZUM_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug \
+        "-DCMAKE_CXX_FLAGS_DEBUG=-g -O1"
+    cmake --build build-fuzz --parallel "$(nproc)" --target fuzzers
 }

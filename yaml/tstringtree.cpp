@@ -34,7 +34,20 @@ TStringTree::~TStringTree()
 
 void TStringTree::clear()
 {
-    m_subTrees.clear();
+    // A session text can nest as deep as it has lines. The walk goes down the first sub-tree
+    // and back up the parent links, deleting a node only once it has no sub-trees left: no
+    // destructor recurses and nothing is allocated, however deep the tree.
+    TStringTree *node = this;
+    for (;;) {
+        if (!node->m_subTrees.empty()) {
+            node = node->m_subTrees.begin()->second.get();
+            continue;
+        }
+        if (node == this)
+            return;
+        node = node->m_parent;
+        node->m_subTrees.erase(node->m_subTrees.begin());
+    }
 }
 
 TStringTree *TStringTree::addSub(const std::string &name)
