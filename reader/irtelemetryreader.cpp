@@ -36,8 +36,6 @@ const QMap<QString, QString> diacriticFixes = {
 // Lap times that cannot be trusted.
 constexpr float untrustedLapTime = 3599.0f;
 
-<<<<<<< HEAD
-=======
 // Truncated toward zero like a conversion to int, which is undefined for NaN, infinities and
 // values beyond the int range: a damaged record can hold any of them. For those it gives
 // INT_MIN, the result x86 has always given, so such laps read as they always did.
@@ -49,32 +47,6 @@ int truncatedToInt(double value)
     return std::numeric_limits<int>::min();
 }
 
-// A variable of the tick, or the default when the sample lacks it or holds no valid value.
-const Value *validValue(const DynamicData &values, const QString &name)
-{
-    const Value *value = values.find(name);
-    return value && value->isValid() ? value : nullptr;
-}
-
-float readFloat(const DynamicData &values, const QString &name, float fallback)
-{
-    const Value *value = validValue(values, name);
-    return value ? value->toFloat() : fallback;
-}
-
-int readInt(const DynamicData &values, const QString &name, int fallback)
-{
-    const Value *value = validValue(values, name);
-    return value ? value->toInt() : fallback;
-}
-
-bool readBool(const DynamicData &values, const QString &name, bool fallback)
-{
-    const Value *value = validValue(values, name);
-    return value ? value->toBool() : fallback;
-}
-
->>>>>>> hardening
 // The session kind that a session type text of the session text names; Unknown otherwise.
 Session sessionOfType(const QString &type)
 {
