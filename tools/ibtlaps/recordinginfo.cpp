@@ -68,13 +68,14 @@ RecordingInfo RecordingInfo::read(const QString &path)
     if (status != IbtFile::Status::Ok)
         return info;
 
-    const irsdk_diskSubHeader &sub = ibt.diskSubHeader();
-    const QDateTime start = QDateTime::fromSecsSinceEpoch(sub.sessionStartDate, Qt::UTC);
+    // Copied out first: the packed sub-header's fields are not aligned for a reference.
+    const qint64 startDate = ibt.diskSubHeader().sessionStartDate;
+    const double startTime = ibt.diskSubHeader().sessionStartTime;
+    const QDateTime start = QDateTime::fromSecsSinceEpoch(startDate, Qt::UTC);
     if (start.isValid() && start.date().year() >= firstYear && start.date().year() <= lastYear)
         info.m_start = start;
-    if (info.m_start.isValid() && std::isfinite(sub.sessionStartTime)
-        && sub.sessionStartTime >= 0.0)
-        info.m_startSessionTime = sub.sessionStartTime;
+    if (info.m_start.isValid() && std::isfinite(startTime) && startTime >= 0.0)
+        info.m_startSessionTime = startTime;
     info.m_wholeRecords = ibt.wholeRecords();
     info.m_partialRecordBytes = ibt.partialRecordBytes();
     return info;
