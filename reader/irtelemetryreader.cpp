@@ -32,9 +32,6 @@ const QMap<QString, QString> diacriticFixes = {
     {QStringLiteral("S o Paulo"), QStringLiteral("São Paulo")},
 };
 
-// Lap times that cannot be trusted.
-constexpr float untrustedLapTime = 3599.0f;
-
 // The session kind that a session type text of the session text names; Unknown otherwise.
 Session sessionOfType(const QString &type)
 {
@@ -75,7 +72,7 @@ iRTelemetryReader::iRTelemetryReader(Mode mode)
     , m_myCarOnly(mode == MyCarOnly)
 {
     m_samples.resize(m_myCarOnly ? 1 : m_maxCars);
-    m_cars.resize(64);
+    m_cars.resize(IRSDK_MAX_CARS);
     m_active.assign(size_t(m_cars.size()), false);
     m_carInfos.resize(m_maxCars);
     for (RecorderCar &car : m_cars)
@@ -634,7 +631,7 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
     float time = car.current.lastLapTime;
     if (time < 0 || std::abs(double(time)) <= 0.00001 || !completed
         || (header.flyingLap == 0 && car.current.sessionType != Session::Race))
-        time = untrustedLapTime;
+        time = float(ZUM::SDK::UntimedLapSeconds);
     car.current.lastLapTime = time;
     header.lapTime = QTime(0, 0, 0, 0).addMSecs(int(time * 1000.0f));
     header.lapId = car.previous.lapId;

@@ -128,7 +128,7 @@ private:
 
     const Mode m_mode;
     bool m_myCarOnly;
-    qint32 m_maxCars = 64;
+    qint32 m_maxCars = IRSDK_MAX_CARS;
     qint32 m_myCarIdx = -1;
     qint32 m_simMode = -1; // 1 replay, 0 live, -1 not known yet
 

@@ -3,6 +3,8 @@
 // The laps that the simulator's own recordings give, checked by hand against each file's lap
 // clock and last-lap time. Shared by the tests of the reader and of the import.
 
+#include "lapheader.h"
+
 #include <QString>
 #include <QStringList>
 #include <QTest>
@@ -14,8 +16,8 @@ namespace RecordedLaps {
 // lap cut by the end of the file).
 inline QString text(const QTime &lapTime)
 {
-    return lapTime == QTime(0, 59, 59) ? QStringLiteral("-")
-                                       : lapTime.toString(QStringLiteral("m:ss.zzz"));
+    return lapTime == ZUM::SDK::UntimedLapTime ? QStringLiteral("-")
+                                               : lapTime.toString(QStringLiteral("m:ss.zzz"));
 }
 
 // Columns "file" and "lapTimes", one row per recorded file, and a row that runs when there

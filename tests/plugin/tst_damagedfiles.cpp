@@ -192,7 +192,7 @@ QList<QSharedPointer<ZUM::SDK::Lap>> tst_DamagedFiles::importWithMessages(const 
     QSignalSpy spy(m_plugin->dataEmitter(), &ZUM::SDK::DataEmitter::sendMessage);
     const auto laps = m_plugin->import(path, m_plugin->availableImportFormats().first(), {});
     for (const QList<QVariant> &message : std::as_const(spy)) {
-        if (message.at(1).toInt() == -2) {
+        if (message.at(1).toInt() == ZUM::SDK::PluginInterfaceImport::Error) {
             const QString text = message.at(0).toString();
             errors->append(text.mid(text.indexOf(QLatin1String("] ")) + 2));
         }

@@ -17,6 +17,7 @@
 #include <new>
 
 using ZUM::SDK::Lap;
+using ZUM::SDK::PluginInterfaceImport;
 using Laps = QList<QSharedPointer<Lap>>;
 
 namespace {
@@ -185,9 +186,9 @@ void tst_Import::failures()
     QCOMPARE(imported.texts(),
              QStringList({QStringLiteral("Importing file ") + file + QStringLiteral(" ..."),
                           QStringLiteral("Using format ") + format, error}));
-    QCOMPARE(imported.messages[0].level, 0);
-    QCOMPARE(imported.messages[1].level, 0);
-    QCOMPARE(imported.messages[2].level, -2);
+    QCOMPARE(imported.messages[0].level, PluginInterfaceImport::Information);
+    QCOMPARE(imported.messages[1].level, PluginInterfaceImport::Information);
+    QCOMPARE(imported.messages[2].level, PluginInterfaceImport::Error);
 }
 
 void tst_Import::formatDifferingInCaseIsUnknown()
@@ -201,7 +202,7 @@ void tst_Import::formatDifferingInCaseIsUnknown()
         imported.texts(),
         QStringList({QStringLiteral("Importing file ") + path + QStringLiteral(" ..."),
                      QStringLiteral("Using format ") + wrong, QStringLiteral("Unknown format")}));
-    QCOMPARE(imported.messages[2].level, -2);
+    QCOMPARE(imported.messages[2].level, PluginInterfaceImport::Error);
 }
 
 void tst_Import::headerButNoWholeRecord()
@@ -219,7 +220,7 @@ void tst_Import::headerButNoWholeRecord()
     QVERIFY(imported.laps.isEmpty());
     QCOMPARE(imported.texts().last(), QStringLiteral("Done in N ms; Laps readed 0"));
     QCOMPARE(imported.messages.size(), 3);
-    QCOMPARE(imported.messages.last().level, 0);
+    QCOMPARE(imported.messages.last().level, PluginInterfaceImport::Information);
 }
 
 void tst_Import::shortLastRecordIsDropped()
@@ -297,7 +298,7 @@ void tst_Import::practiceSession()
                           QStringLiteral("Using format ") + format,
                           QStringLiteral("Done in N ms; Laps readed 5")}));
     for (const Message &message : imported.messages)
-        QCOMPARE(message.level, 0);
+        QCOMPARE(message.level, PluginInterfaceImport::Information);
 
     // Out lap, three flying laps, and the in lap that the end of the file closes.
     const QList<double> &times = generator.summary().timedLapTimes;

@@ -13,7 +13,7 @@ using Laps = QList<QSharedPointer<Lap>>;
 
 namespace {
 
-constexpr double untrusted = 3599.0;
+constexpr double untrusted = ZUM::SDK::UntimedLapSeconds;
 
 // The lap time a header holds for a time the simulator reported.
 QTime lapTimeOf(double seconds)
