@@ -1,5 +1,8 @@
 #include "irtelemetryreader.h"
 
+#include "derivedchannels.h"
+#include "lapkeys.h"
+
 #include "carstatus.h"
 #include "channelutils.h"
 #include "session.h"
@@ -57,12 +60,6 @@ std::string sessionPath(int sessionNum)
 QString textOf(const QString &value)
 {
     return value.isNull() ? QStringLiteral("") : value;
-}
-
-// Channel entry i, or the invalid marker past the end of a channel left short by a sample.
-double at(const Channel &channel, qint64 i)
-{
-    return i < channel.size() ? channel.value(i) : ZUM::SDK::InvalidValue;
 }
 
 } // namespace
@@ -697,93 +694,13 @@ void iRTelemetryReader::cleanupLap(int carIdx)
 void iRTelemetryReader::preprocessLap(int carIdx)
 {
     Lap &lap = *m_cars[carIdx].lap;
-    DynamicData &header = lap.header().dynamicData;
-
-    // Heading relative to north. Dropped from the header so that it cannot apply twice.
-    const double yawOffset = header.value(QStringLiteral("yawOffset")).toDouble();
-    if (const QSharedPointer<Channel> yaw = lap.channel(QStringLiteral("Yaw"))) {
-        for (qint64 i = 0; i < yaw->size(); ++i)
-            yaw->setValue(i, yaw->value(i) + yawOffset);
-    }
-    header.removeValue(QStringLiteral("yawOffset"));
-
-    const QSharedPointer<Channel> fuelLevel = lap.channel(QStringLiteral("fuellevel"));
-    const double kgPerLitre = header.value(QStringLiteral("Kg per fuel litre")).toDouble();
-    if (fuelLevel && std::abs(kgPerLitre) > 1e-12) {
-        auto fuelWeight = QSharedPointer<Channel>::create();
-        fuelWeight->setUnit(QStringLiteral("kg"));
-        fuelWeight->reserve(fuelLevel->size());
-        for (qint64 i = 0; i < fuelLevel->size(); ++i)
-            fuelWeight->append(kgPerLitre * fuelLevel->value(i));
-        lap.addChannel(fuelWeight, QStringLiteral("fuelweight"));
-    }
-
+    DerivedChannels::applyYawOffset(lap);
+    DerivedChannels::addFuelWeight(lap);
     // Outside replays the player's car records its own timing; other cars' laps and replays
-    // have it rebuilt from the session clock and the lap fraction.
+    // have it rebuilt from the session clock, with distance and speed outside replays.
     if (carIdx == m_myCarIdx && m_simMode != 1)
         return;
-    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey.name);
-    const QSharedPointer<Channel> sessionTime = lap.channel(m_sessionTimeKey);
-    if (!fraction || !sessionTime)
-        return;
-    const int n = int(sessionTime->size());
-
-    auto dt = QSharedPointer<Channel>::create();
-    dt->reserve(n);
-    for (int i = 0; i < n; ++i) {
-        if (i < n - 1)
-            dt->append(sessionTime->value(i + 1) - sessionTime->value(i));
-        else
-            dt->append(n >= 2 ? dt->value(n - 2) : 0.0);
-    }
-
-    if (n > 0 && at(*fraction, 0) < 0.01) {
-        auto lapTime = QSharedPointer<Channel>::create();
-        lapTime->reserve(n);
-        double elapsed = 0.0;
-        for (int i = 0; i < n; ++i) {
-            lapTime->append(elapsed);
-            elapsed += dt->value(i);
-        }
-        lap.addChannel(lapTime, m_lapCurrentLapTimeKey.name);
-    }
-
-    const Value trackLength = header.value(QStringLiteral("Track length"));
-    if (m_simMode == 0 && trackLength.isValid()) {
-        const double metresPerLap = trackLength.toDouble() * 1000.0;
-        auto distance = QSharedPointer<Channel>::create();
-        distance->setUnit(QStringLiteral("m"));
-        auto speed = QSharedPointer<Channel>::create();
-        speed->setUnit(QStringLiteral("m/") + sessionTime->unit());
-        distance->reserve(n);
-        speed->reserve(n);
-        for (int i = 0; i < n; ++i)
-            distance->append(at(*fraction, i) * metresPerLap);
-        for (int i = 0; i < n; ++i) {
-            if (i < n - 1)
-                speed->append((distance->value(i + 1) - distance->value(i)) / dt->value(i));
-            else
-                speed->append(n >= 2 ? speed->value(n - 2) : 0.0);
-        }
-
-        // A single sample that jumps against the trend of its neighbours is a glitch of the
-        // differencing, not the car: it is replaced by their mean.
-        for (int i = 1; n >= 3 && i <= n - 2; ++i) {
-            const double rise = speed->value(i) - speed->value(i - 1);
-            const double fall = speed->value(i + 1) - speed->value(i);
-            const bool reverses = rise * fall < 0;
-            const bool large = std::abs(rise) + std::abs(fall) > 5.0 * std::abs(rise + fall);
-            if (reverses && large && (rise > 5.0 || fall > 5.0)) {
-                qDebug() << "peak detected" << i << speed->value(i - 1) << speed->value(i)
-                         << speed->value(i + 1);
-                speed->setValue(i, (speed->value(i - 1) + speed->value(i + 1)) * 0.5);
-                qDebug() << "peak fixed" << speed->value(i);
-            }
-        }
-        lap.addChannel(speed, m_speedKey.name);
-        lap.addChannel(distance, m_lapDistKey.name);
-    }
-    lap.addChannel(dt, QStringLiteral("dt"));
+    DerivedChannels::rebuildTiming(lap, m_simMode == 0);
 }
 
 void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &name)
@@ -862,8 +779,8 @@ void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
         values.setValue(QStringLiteral("Maximum fuel level"), maxLitres * maxFraction,
                         QStringLiteral("l"));
         values.setValue(QStringLiteral("Maximum fuel percent"), maxFraction, QStringLiteral("pu"));
-        if (std::abs(kgPerLitre) > 1e-12) {
-            values.setValue(QStringLiteral("Kg per fuel litre"), kgPerLitre, empty);
+        if (std::abs(kgPerLitre) > DerivedChannels::NoFuelDensity) {
+            values.setValue(LapKeys::kgPerFuelLitre, kgPerLitre, empty);
             values.setValue(QStringLiteral("Maximum fuel weight"),
                             maxLitres * maxFraction * kgPerLitre, QStringLiteral("kg"));
         }

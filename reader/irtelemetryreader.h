@@ -2,6 +2,7 @@
 
 #include "ibtvariable.h"
 #include "irsdk.h"
+#include "lapkeys.h"
 #include "recordercar.h"
 #include "recordercarinfo.h"
 #include "tyamltree.h"
@@ -162,13 +163,13 @@ private:
 
     // Keys under which tick processing reads the simulator's variables back. Those it reads from
     // a car's sample also know where they stand in the player's car's layout.
-    const QString m_sessionTimeKey = QStringLiteral("sessiontime");
+    const QString m_sessionTimeKey = LapKeys::sessionTime;
     const QString m_sessionTimeRemainKey = QStringLiteral("sessiontimeremain");
     Variable m_sessionTickKey {QStringLiteral("sessiontick")};
-    Variable m_lapDistKey {QStringLiteral("lapdist")};
-    Variable m_lapDistPctKey {QStringLiteral("lapdistpct")};
+    Variable m_lapDistKey {LapKeys::lapDist};
+    Variable m_lapDistPctKey {LapKeys::lapDistPct};
     Variable m_sessionStateKey {QStringLiteral("sessionstate")};
-    Variable m_speedKey {QStringLiteral("speed")};
+    Variable m_speedKey {LapKeys::speed};
     Variable m_sessionNumKey {QStringLiteral("sessionnum")};
     Variable m_isOnTrackKey {QStringLiteral("isontrack")};
     Variable m_onPitRoadKey {QStringLiteral("onpitroad")};
@@ -179,6 +180,6 @@ private:
     const QString m_maxLapDistPctKey = QStringLiteral("maxLapDistPct");
     const QString m_carIdxKey = QStringLiteral("caridx");
     Variable m_lapCompletedKey {QStringLiteral("lapcompleted")};
-    Variable m_lapCurrentLapTimeKey {QStringLiteral("lapcurrentlaptime")};
+    Variable m_lapCurrentLapTimeKey {LapKeys::lapCurrentLapTime};
     Variable m_replayPlaySpeedKey {QStringLiteral("replayplayspeed")};
 };
