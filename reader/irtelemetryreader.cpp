@@ -2,6 +2,7 @@
 
 #include "derivedchannels.h"
 #include "lapkeys.h"
+#include "sessioninfotables.h"
 
 #include "carstatus.h"
 #include "channelutils.h"
@@ -29,25 +30,13 @@ using ZUM::SDK::Value;
 
 namespace {
 
-// Track names and cities that arrive with a blank where an accented letter belongs.
-const QMap<QString, QString> diacriticFixes = {
-    {QStringLiteral("Aut dromo Jos  Carlos Pace"), QStringLiteral("Autódromo José Carlos Pace")},
-    {QStringLiteral("S o Paulo"), QStringLiteral("São Paulo")},
-};
-
 // The session kind that a session type text of the session text names; Unknown otherwise.
 Session sessionOfType(const QString &type)
 {
-    if (type == QLatin1String("Race"))
-        return Session::Race;
-    if (type == QLatin1String("Offline testing"))
-        return Session::Test;
-    if (type == QLatin1String("Qualify"))
-        return Session::Qualify;
-    if (type == QLatin1String("Practice"))
-        return Session::Practice;
-    if (type == QLatin1String("Warmup"))
-        return Session::Warmup;
+    for (const SessionInfoTables::SessionKind &kind : SessionInfoTables::sessionKinds) {
+        if (type == kind.type)
+            return kind.session;
+    }
     return Session::Unknown;
 }
 
@@ -732,126 +721,111 @@ QUuid iRTelemetryReader::sessionId(const QString &digits)
 void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
 {
     ZUM::SDK::LapHeader &header = lap->header();
+    header.carInfo.carId = QString::number(carIdx);
+    if (const TStringTree *weekend = sub("WeekendInfo"))
+        readTrack(*weekend, header);
+    const TStringTree *driverInfo = sub("DriverInfo");
+    if (driverInfo && carIdx == m_myCarIdx)
+        readFuelAndSetup(*driverInfo, header.dynamicData);
+    if (driverInfo) {
+        if (const TStringTree *driver = driverInfo->pathSub("Drivers/" + std::to_string(carIdx)))
+            readDriver(*driver, header);
+    }
+    readSessionKind(header);
+
+    const QMap<QString, QString> &corrections = SessionInfoTables::nameCorrections;
+    header.trackName = corrections.value(header.trackName, header.trackName);
+    DynamicData &values = header.dynamicData;
+    const QString city = values.value(QStringLiteral("Track city")).toString();
+    if (const auto fix = corrections.constFind(city); fix != corrections.cend())
+        values.setValue(QStringLiteral("Track city"), fix.value(), QStringLiteral(""));
+}
+
+void iRTelemetryReader::readTrack(const TStringTree &weekend, ZUM::SDK::LapHeader &header)
+{
+    header.trackName = weekend.value("TrackDisplayName");
+    const QString session = weekend.value("SessionID") + weekend.value("SubSessionID");
+    m_sessionKey = session.toULongLong();
+    header.sessionId = sessionId(session);
+    header.trackConfigName = weekend.value("TrackConfigName");
+
     DynamicData &values = header.dynamicData;
     const QString empty = QStringLiteral("");
-    header.carInfo.carId = QString::number(carIdx);
+    for (const auto &[name, key] : SessionInfoTables::trackTexts)
+        values.setValue(name, textOf(weekend.value(key)), empty);
+    for (const auto &[name, path, keepsUnit] : SessionInfoTables::trackMeasures) {
+        const QStringList pieces = weekend.pathValue(path).simplified().split(QLatin1Char(' '));
+        const QString unit = keepsUnit && pieces.size() >= 2 ? pieces[1] : empty;
+        values.setValue(name, pieces[0].toDouble(), unit);
+    }
+}
 
-    if (const TStringTree *weekend = sub("WeekendInfo")) {
-        header.trackName = weekend->value("TrackDisplayName");
-        const QString session = weekend->value("SessionID") + weekend->value("SubSessionID");
-        m_sessionKey = session.toULongLong();
-        header.sessionId = sessionId(session);
-        header.trackConfigName = weekend->value("TrackConfigName");
-
-        const std::pair<const char *, const char *> texts[] = {
-            {"Track short name", "TrackDisplayShortName"},
-            {"Track city", "TrackCity"},
-            {"Track country", "TrackCountry"},
-            {"Track turns", "TrackNumTurns"},
-            {"Skies", "TrackSkies"},
-            {"Official", "Official"},
-            {"Category", "Category"},
-        };
-        for (const auto &[name, key] : texts)
-            values.setValue(QString::fromLatin1(name), textOf(weekend->value(key)), empty);
-
-        // Numbers that carry the simulator's own unit after a blank, such as "3.70 km".
-        const std::tuple<const char *, const char *, bool> measures[] = {
-            {"Track length", "TrackLength", true},
-            {"Track surface temperature", "TrackSurfaceTemp", true},
-            {"Air temperature", "TrackAirTemp", true},
-            {"Weekend temperature", "WeekendOptions/WeatherTemp", true},
-            {"YawOffset", "TrackNorthOffset", false},
-        };
-        for (const auto &[name, path, keepUnit] : measures) {
-            const QStringList pieces
-                = weekend->pathValue(path).simplified().split(QLatin1Char(' '));
-            const QString unit = keepUnit && pieces.size() >= 2 ? pieces[1] : empty;
-            values.setValue(QString::fromLatin1(name), pieces[0].toDouble(), unit);
-        }
+void iRTelemetryReader::readFuelAndSetup(const TStringTree &driverInfo, DynamicData &values) const
+{
+    const QString empty = QStringLiteral("");
+    const double maxLitres = driverInfo.value("DriverCarFuelMaxLtr").toDouble();
+    const double maxFraction = driverInfo.value("DriverCarMaxFuelPct").toDouble();
+    const double kgPerLitre = driverInfo.value("DriverCarFuelKgPerLtr").toDouble();
+    values.setValue(QStringLiteral("Maximum fuel level"), maxLitres * maxFraction,
+                    QStringLiteral("l"));
+    values.setValue(QStringLiteral("Maximum fuel percent"), maxFraction, QStringLiteral("pu"));
+    if (std::abs(kgPerLitre) > DerivedChannels::NoFuelDensity) {
+        values.setValue(LapKeys::kgPerFuelLitre, kgPerLitre, empty);
+        values.setValue(QStringLiteral("Maximum fuel weight"), maxLitres * maxFraction * kgPerLitre,
+                        QStringLiteral("kg"));
     }
 
-    const TStringTree *driverInfo = sub("DriverInfo");
-    if (driverInfo && carIdx == m_myCarIdx) {
-        const double maxLitres = driverInfo->value("DriverCarFuelMaxLtr").toDouble();
-        const double maxFraction = driverInfo->value("DriverCarMaxFuelPct").toDouble();
-        const double kgPerLitre = driverInfo->value("DriverCarFuelKgPerLtr").toDouble();
-        values.setValue(QStringLiteral("Maximum fuel level"), maxLitres * maxFraction,
-                        QStringLiteral("l"));
-        values.setValue(QStringLiteral("Maximum fuel percent"), maxFraction, QStringLiteral("pu"));
-        if (std::abs(kgPerLitre) > DerivedChannels::NoFuelDensity) {
-            values.setValue(LapKeys::kgPerFuelLitre, kgPerLitre, empty);
-            values.setValue(QStringLiteral("Maximum fuel weight"),
-                            maxLitres * maxFraction * kgPerLitre, QStringLiteral("kg"));
-        }
+    // The set-up's fuel level tells whether the driver thinks in litres or kilograms.
+    const QString fuel = pathValue("CarSetup/Chassis/Rear/FuelLevel");
+    if (!fuel.isEmpty()) {
+        const QStringList pieces = fuel.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        if (pieces.size() == 2)
+            values.setValue(QStringLiteral("Preferred fuel unit"),
+                            pieces[1] == QLatin1String("kg") ? QStringLiteral("weight")
+                                                             : QStringLiteral("volume"),
+                            empty);
+    }
 
-        // The set-up's fuel level tells whether the driver thinks in litres or kilograms.
-        const QString fuel = pathValue("CarSetup/Chassis/Rear/FuelLevel");
-        if (!fuel.isEmpty()) {
-            const QStringList pieces
-                = fuel.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-            if (pieces.size() == 2)
-                values.setValue(QStringLiteral("Preferred fuel unit"),
-                                pieces[1] == QLatin1String("kg") ? QStringLiteral("weight")
-                                                                 : QStringLiteral("volume"),
+    const TStringTree *aero = pathSub("CarSetup/TiresAero/AeroCalculator");
+    if (!aero)
+        aero = pathSub("CarSetup/TiresAero/AeroBalanceCalc");
+    if (!aero)
+        return;
+    for (const QString &name : aero->valueKeys()) {
+        const QString text = aero->value(name.toStdString()).trimmed();
+        if (text.isEmpty())
+            continue;
+        const QStringList pieces = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+        values.setValue(name, pieces[0], pieces.size() >= 2 ? pieces[1] : empty);
+    }
+}
+
+void iRTelemetryReader::readDriver(const TStringTree &driver, ZUM::SDK::LapHeader &header)
+{
+    header.carInfo.driverName = driver.value("UserName");
+    header.carInfo.carName = driver.value("CarScreenName");
+    const QString empty = QStringLiteral("");
+    for (const auto &[name, key] : SessionInfoTables::driverTexts)
+        header.dynamicData.setValue(name, textOf(driver.value(key)), empty);
+    // The colour parser wants "#rrggbb".
+    const SessionInfoTables::Text &licence = SessionInfoTables::licenceColour;
+    QString colour = driver.value(licence.key);
+    colour.replace(QLatin1String("0x"), QLatin1String("#"));
+    header.dynamicData.setValue(licence.name, QVariant::fromValue(QColor::fromString(colour)),
                                 empty);
-        }
+}
 
-        const TStringTree *aero = pathSub("CarSetup/TiresAero/AeroCalculator");
-        if (!aero)
-            aero = pathSub("CarSetup/TiresAero/AeroBalanceCalc");
-        if (aero) {
-            for (const QString &name : aero->valueKeys()) {
-                const QString text = aero->value(name.toStdString()).trimmed();
-                if (text.isEmpty())
-                    continue;
-                const QStringList pieces = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-                values.setValue(name, pieces[0], pieces.size() >= 2 ? pieces[1] : empty);
-            }
-        }
-    }
-
-    if (driverInfo) {
-        if (const TStringTree *driver = driverInfo->pathSub("Drivers/" + std::to_string(carIdx))) {
-            header.carInfo.driverName = driver->value("UserName");
-            header.carInfo.carName = driver->value("CarScreenName");
-            const std::pair<const char *, const char *> texts[] = {
-                {"Team", "TeamName"},
-                {"Driver abbreviation", "AbbrevName"},
-                {"iRating", "IRating"},
-                {"License", "LicString"},
-                {"Driver initials", "Initials"},
-                {"iRacing UserID", "UserID"},
-                {"iRacing car path", "CarPath"},
-                {"iRacing car class ID", "CarClassID"},
-                {"iRacing car ID", "CarID"},
-                {"Class", "CarClassShortName"},
-                {"Club", "ClubName"},
-                {"Division", "DivisionName"},
-            };
-            for (const auto &[name, key] : texts)
-                values.setValue(QString::fromLatin1(name), textOf(driver->value(key)), empty);
-            // Written as "0xrrggbb"; the colour parser wants "#rrggbb".
-            QString colour = driver->value("LicColor");
-            colour.replace(QLatin1String("0x"), QLatin1String("#"));
-            values.setValue(QStringLiteral("Licence color"),
-                            QVariant::fromValue(QColor::fromString(colour)), empty);
-        }
-    }
-
-    // The kind of the session the player is in, whatever car the lap belongs to.
+// The kind of the session the player is in, whatever car the lap belongs to.
+void iRTelemetryReader::readSessionKind(ZUM::SDK::LapHeader &header) const
+{
     QString sessionType;
     if (isValidCar(m_myCarIdx)) {
         const int sessionNum
             = m_cars[m_myCarIdx].sample.dynamicData.value(m_sessionNumKey.name).toInt();
         sessionType = pathValue(sessionPath(sessionNum) + "/SessionType");
     }
-    values.setValue(QStringLiteral("Session name"), textOf(sessionType), empty);
+    header.dynamicData.setValue(QStringLiteral("Session name"), textOf(sessionType),
+                                QStringLiteral(""));
     if (const Session session = sessionOfType(sessionType); session != Session::Unknown)
         header.session = session;
-
-    header.trackName = diacriticFixes.value(header.trackName, header.trackName);
-    const QString city = values.value(QStringLiteral("Track city")).toString();
-    if (const auto fix = diacriticFixes.constFind(city); fix != diacriticFixes.cend())
-        values.setValue(QStringLiteral("Track city"), fix.value(), empty);
 }
