@@ -11,13 +11,11 @@
 #include <QColor>
 #include <QDateTime>
 #include <QDebug>
-#include <QHash>
 #include <QMap>
 #include <QTime>
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <string>
 
 using ZUM::SDK::CarStatus;
@@ -79,52 +77,13 @@ void iRTelemetryReader::recordRawData(const irsdk_header *header, const irsdk_va
     retrieveRawData(header, varHeaders, record, m_samples);
 }
 
-void iRTelemetryReader::learnVariables(const irsdk_header *header,
-                                       const irsdk_varHeader *varHeaders)
-{
-    m_learnt = true;
-    const int count = qMax(header->numVars, 0);
-    m_descriptors.assign(varHeaders, varHeaders + count);
-    m_variables = IbtVariable::plan(varHeaders, count, header->bufLen);
-    for (const IbtVariable &variable : std::as_const(m_variables)) {
-        m_perCar.append(variable.name.startsWith(m_carIdxKey));
-        m_perCarNames.append(variable.name.mid(m_carIdxKey.size()));
-    }
-
-    // Every element of a variable goes under its one name, and a later variable of the same
-    // name overwrites an earlier one: the last writer's value and unit are what a record
-    // leaves.
-    QHash<QString, qsizetype> position;
-    for (const IbtVariable &variable : std::as_const(m_variables)) {
-        const Slot slot {variable.type,
-                         variable.offset + (variable.count - 1) * variable.elementSize()};
-        const auto known = position.constFind(variable.name);
-        if (known == position.cend()) {
-            position.insert(variable.name, m_slots.size());
-            m_slots.append(slot);
-            m_slotNames.append(variable.name);
-            m_slotUnits.append(variable.unit);
-        } else {
-            m_slots[*known] = slot;
-            m_slotUnits[*known] = variable.unit;
-        }
-    }
-    m_slotLayout = DynamicData::newLayout();
-    for (Variable *variable :
-         {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
-          &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey, &m_lapLastLapTimeKey,
-          &m_lapCurrentLapTimeKey, &m_onPitRoadKey, &m_playerCarInPitStallKey, &m_isOnTrackKey,
-          &m_replayPlaySpeedKey})
-        variable->position = m_slotNames.indexOf(variable->name);
-}
-
 // A variable of the tick, or null when the sample lacks it or holds no valid value. A sample
 // in the player's car's layout holds exactly the layout's names.
 const Value *iRTelemetryReader::validValue(const DynamicData &values,
                                            const Variable &variable) const
 {
     const Value *value = nullptr;
-    if (values.layout() != 0 && values.layout() == m_slotLayout)
+    if (values.layout() != 0 && values.layout() == m_decoder.layout())
         value = variable.position >= 0 ? &values.layoutValue(variable.position) : nullptr;
     else
         value = values.find(variable.name);
@@ -152,26 +111,14 @@ bool iRTelemetryReader::readBool(const DynamicData &values, const Variable &vari
     return value ? value->toBool() : fallback;
 }
 
-// Names and units of every descriptor, readable or not, converted when first asked for: the
-// decoding needs only those of the readable ones.
 const QList<QString> &iRTelemetryReader::variableNames() const
 {
-    if (m_names.size() != qsizetype(m_descriptors.size())) {
-        m_names.clear();
-        for (const irsdk_varHeader &descriptor : m_descriptors)
-            m_names.append(IbtVariable::nameOf(descriptor));
-    }
-    return m_names;
+    return m_decoder.variableNames();
 }
 
 const QList<QString> &iRTelemetryReader::variableUnits() const
 {
-    if (m_units.size() != qsizetype(m_descriptors.size())) {
-        m_units.clear();
-        for (const irsdk_varHeader &descriptor : m_descriptors)
-            m_units.append(IbtVariable::unitOf(descriptor));
-    }
-    return m_units;
+    return m_decoder.variableUnits();
 }
 
 void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
@@ -179,112 +126,28 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
                                         QList<Sample> &samples)
 {
     // Names and units are converted once per file; every record is decoded with them.
-    if (!m_learnt)
-        learnVariables(header, varHeaders);
+    if (!m_decoder.isLearnt()) {
+        m_decoder.learn(header, varHeaders);
+        for (Variable *variable :
+             {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
+              &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey,
+              &m_lapLastLapTimeKey, &m_lapCurrentLapTimeKey, &m_onPitRoadKey,
+              &m_playerCarInPitStallKey, &m_isOnTrackKey, &m_replayPlaySpeedKey})
+            variable->position = m_decoder.position(variable->name);
+    }
     if (m_myCarOnly) {
-        if (!samples.isEmpty())
-            decodeMyCar(record, samples[0]);
+        if (!samples.isEmpty() && m_myCarIdx >= 0)
+            m_decoder.decodeMyCar(record, samples[0]);
         return;
     }
-    decodeAllCars(record, samples);
+    // In a live recording the player's values come from the scalar variables, not from the
+    // player's element of the per-car arrays.
+    m_decoder.decodeAllCars(record, samples, m_myCarIdx, m_simMode == 0);
 }
 
 void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const
 {
-    for (Sample &sample : samples) {
-        static_cast<ZUM::SDK::CarInfo &>(sample) = ZUM::SDK::CarInfo();
-        if (sample.dynamicData.layout() == 0 || sample.dynamicData.layout() != m_slotLayout)
-            sample.dynamicData.clear();
-    }
-}
-
-void iRTelemetryReader::decodeMyCar(const char *record, Sample &sample) const
-{
-    if (m_myCarIdx < 0)
-        return;
-    DynamicData &values = sample.dynamicData;
-    if (values.layout() != m_slotLayout) {
-        // Values already there stay beside the record's: only an empty sample takes the layout.
-        if (!values.isEmpty()) {
-            for (const IbtVariable &variable : m_variables) {
-                for (int i = 0; i < variable.count; ++i)
-                    values.setValue(variable.name,
-                                    Value(variable.variant(record, i), variable.unit));
-            }
-            return;
-        }
-        values.setLayout(m_slotLayout, m_slotNames, m_slotUnits);
-    }
-    for (qsizetype i = 0; i < m_slots.size(); ++i) {
-        const char *at = record + m_slots[i].offset;
-        switch (m_slots[i].type) {
-        case irsdk_char:
-            values.setLayoutValue(i, int(int8_t(*at)));
-            break;
-        case irsdk_bool:
-            values.setLayoutValue(i, *at != 0);
-            break;
-        case irsdk_int:
-        case irsdk_bitField: {
-            int32_t value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, int(value));
-            break;
-        }
-        case irsdk_float: {
-            float value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, value);
-            break;
-        }
-        case irsdk_double: {
-            double value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, value);
-            break;
-        }
-        }
-    }
-}
-
-void iRTelemetryReader::decodeAllCars(const char *record, QList<Sample> &samples) const
-{
-    const int mine = m_myCarIdx;
-    for (qsizetype v = 0; v < m_variables.size(); ++v) {
-        const IbtVariable &variable = m_variables[v];
-        for (int i = 0; i < variable.count; ++i) {
-            if (m_perCar[v]) {
-                // Element i belongs to car i. In a live recording the player's element is
-                // left out: the player's values come from the scalar variables.
-                if ((i == mine && m_simMode == 0) || i >= samples.size())
-                    continue;
-                samples[i].dynamicData.setValue(m_perCarNames[v],
-                                                Value(variable.variant(record, i), variable.unit));
-                continue;
-            }
-            // An array that is not per car keeps its last element under the one name.
-            if (mine >= 0 && mine < samples.size())
-                samples[mine].dynamicData.setValue(
-                    variable.name, Value(variable.variant(record, i), variable.unit));
-        }
-    }
-
-    if (mine < 0 || mine >= samples.size())
-        return;
-
-    // Other cars carry no clock of their own: they take the player's.
-    const DynamicData &player = samples[mine].dynamicData;
-    const Value sessionTime = player.value(m_sessionTimeKey);
-    const Value sessionTimeRemain = player.value(m_sessionTimeRemainKey);
-    const QVariant sessionTick(player.value(m_sessionTickKey.name).toULongLong());
-    for (int c = 0; c < samples.size(); ++c) {
-        if (c == mine)
-            continue;
-        DynamicData &values = samples[c].dynamicData;
-        values.setValue(m_sessionTimeKey, sessionTime);
-        values.setValue(m_sessionTimeRemainKey, sessionTimeRemain);
-        values.setValue(m_sessionTickKey.name, sessionTick, QStringLiteral(""));
-    }
+    m_decoder.recycle(samples);
 }
 
 void iRTelemetryReader::setYaml(const char *text)

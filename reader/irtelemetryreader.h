@@ -1,8 +1,8 @@
 #pragma once
 
-#include "ibtvariable.h"
 #include "irsdk.h"
 #include "lapkeys.h"
+#include "recorddecoder.h"
 #include "recordercar.h"
 #include "recordercarinfo.h"
 #include "tyamltree.h"
@@ -101,9 +101,6 @@ public:
     const QList<QString> &variableUnits() const;
 
 private:
-    void learnVariables(const irsdk_header *header, const irsdk_varHeader *varHeaders);
-    void decodeMyCar(const char *record, ZUM::SDK::Sample &sample) const;
-    void decodeAllCars(const char *record, QList<ZUM::SDK::Sample> &samples) const;
     // A variable of a car's sample, and where it stands in the player's car's layout (-1: not
     // in it), so that the player's variables are read by position.
     struct Variable
@@ -138,26 +135,7 @@ private:
     qint32 m_myCarIdx = -1;
     qint32 m_simMode = -1; // 1 replay, 0 live, -1 not known yet
 
-    // Raw extraction, learnt from the first record's descriptors: written by the thread that
-    // decodes, before it hands over its first tick, and only read afterwards.
-    bool m_learnt = false;
-    std::vector<irsdk_varHeader> m_descriptors;
-    mutable QList<QString> m_names;
-    mutable QList<QString> m_units;
-    QList<IbtVariable> m_variables; // the readable ones
-    QList<bool> m_perCar; // per readable variable: an array with one element per car slot
-    QList<QString> m_perCarNames; // its name without the per-car prefix
-    // The player's car alone: each name once, read from the element that a record writes last
-    // under it, in the order the names first appear.
-    struct Slot
-    {
-        irsdk_VarType type;
-        qint32 offset;
-    };
-    QList<Slot> m_slots;
-    QList<QString> m_slotNames;
-    QList<QString> m_slotUnits;
-    ZUM::SDK::DynamicData::Layout m_slotLayout = 0;
+    RecordDecoder m_decoder;
     QList<ZUM::SDK::Sample> m_samples;
 
     QList<RecorderCar> m_cars;
@@ -168,9 +146,7 @@ private:
 
     // Keys under which tick processing reads the simulator's variables back. Those it reads from
     // a car's sample also know where they stand in the player's car's layout.
-    const QString m_sessionTimeKey = LapKeys::sessionTime;
-    const QString m_sessionTimeRemainKey = QStringLiteral("sessiontimeremain");
-    Variable m_sessionTickKey {QStringLiteral("sessiontick")};
+    Variable m_sessionTickKey {LapKeys::sessionTick};
     Variable m_lapDistKey {LapKeys::lapDist};
     Variable m_lapDistPctKey {LapKeys::lapDistPct};
     Variable m_sessionStateKey {QStringLiteral("sessionstate")};
@@ -183,7 +159,6 @@ private:
     Variable m_lastLapTimeKey {QStringLiteral("lastlaptime")};
     Variable m_lapLastLapTimeKey {QStringLiteral("laplastlaptime")};
     const QString m_maxLapDistPctKey = QStringLiteral("maxLapDistPct");
-    const QString m_carIdxKey = QStringLiteral("caridx");
     Variable m_lapCompletedKey {QStringLiteral("lapcompleted")};
     Variable m_lapCurrentLapTimeKey {LapKeys::lapCurrentLapTime};
     Variable m_replayPlaySpeedKey {QStringLiteral("replayplayspeed")};

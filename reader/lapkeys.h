@@ -8,6 +8,7 @@
 namespace LapKeys {
 
 inline constexpr QLatin1String sessionTime("sessiontime");
+inline constexpr QLatin1String sessionTick("sessiontick");
 inline constexpr QLatin1String lapDistPct("lapdistpct");
 inline constexpr QLatin1String lapDist("lapdist");
 inline constexpr QLatin1String speed("speed");
