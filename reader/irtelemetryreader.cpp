@@ -1,20 +1,16 @@
 #include "irtelemetryreader.h"
 
 #include "derivedchannels.h"
-#include "lapkeys.h"
-#include "sessioninfotables.h"
+#include "sessionheader.h"
 
 #include "carstatus.h"
 #include "channelutils.h"
 #include "session.h"
 
-#include <QColor>
 #include <QDateTime>
 #include <QDebug>
-#include <QMap>
 #include <QTime>
 
-#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -28,25 +24,9 @@ using ZUM::SDK::Value;
 
 namespace {
 
-// The session kind that a session type text of the session text names; Unknown otherwise.
-Session sessionOfType(const QString &type)
-{
-    for (const SessionInfoTables::SessionKind &kind : SessionInfoTables::sessionKinds) {
-        if (type == kind.type)
-            return kind.session;
-    }
-    return Session::Unknown;
-}
-
 std::string sessionPath(int sessionNum)
 {
     return "SessionInfo/Sessions/" + std::to_string(sessionNum);
-}
-
-// A text that is stored even when the session text lacks it: then empty, never null.
-QString textOf(const QString &value)
-{
-    return value.isNull() ? QStringLiteral("") : value;
 }
 
 } // namespace
@@ -412,7 +392,8 @@ void iRTelemetryReader::readSessionType(RecorderCar &car, int playerSession) con
 {
     if (car.current.sessionType != Session::Unknown)
         return;
-    car.current.sessionType = sessionOfType(pathValue(sessionPath(playerSession) + "/SessionType"));
+    car.current.sessionType
+        = SessionHeader::sessionKind(pathValue(sessionPath(playerSession) + "/SessionType"));
 }
 
 // Whether the tick's sample joins the lap under way. A sample taken past the line before the
@@ -569,16 +550,7 @@ void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &nam
 
 QUuid iRTelemetryReader::sessionId(const QString &digits)
 {
-    // Only up to 32 decimal digits make a UUID; the UUID parser itself would also take hex
-    // letters and ignore what follows the 32nd digit.
-    const bool decimal = std::all_of(digits.cbegin(), digits.cend(),
-                                     [](QChar c) { return c >= u'0' && c <= u'9'; });
-    if (digits.size() > 32 || !decimal)
-        return QUuid();
-    QString text = digits.rightJustified(32, QLatin1Char('0'));
-    for (int position : {8, 13, 18, 23})
-        text.insert(position, QLatin1Char('-'));
-    return QUuid::fromString(text);
+    return SessionHeader::sessionId(digits);
 }
 
 void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
@@ -586,109 +558,22 @@ void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
     ZUM::SDK::LapHeader &header = lap->header();
     header.carInfo.carId = QString::number(carIdx);
     if (const TStringTree *weekend = sub("WeekendInfo"))
-        readTrack(*weekend, header);
+        m_sessionKey = SessionHeader::readTrack(*weekend, header);
     const TStringTree *driverInfo = sub("DriverInfo");
     if (driverInfo && carIdx == m_myCarIdx)
-        readFuelAndSetup(*driverInfo, header.dynamicData);
+        SessionHeader::readFuelAndSetup(*this, *driverInfo, header.dynamicData);
     if (driverInfo) {
         if (const TStringTree *driver = driverInfo->pathSub("Drivers/" + std::to_string(carIdx)))
-            readDriver(*driver, header);
-    }
-    readSessionKind(header);
-
-    const QMap<QString, QString> &corrections = SessionInfoTables::nameCorrections;
-    header.trackName = corrections.value(header.trackName, header.trackName);
-    DynamicData &values = header.dynamicData;
-    const QString city = values.value(QStringLiteral("Track city")).toString();
-    if (const auto fix = corrections.constFind(city); fix != corrections.cend())
-        values.setValue(QStringLiteral("Track city"), fix.value(), QStringLiteral(""));
-}
-
-void iRTelemetryReader::readTrack(const TStringTree &weekend, ZUM::SDK::LapHeader &header)
-{
-    header.trackName = weekend.value("TrackDisplayName");
-    const QString session = weekend.value("SessionID") + weekend.value("SubSessionID");
-    m_sessionKey = session.toULongLong();
-    header.sessionId = sessionId(session);
-    header.trackConfigName = weekend.value("TrackConfigName");
-
-    DynamicData &values = header.dynamicData;
-    const QString empty = QStringLiteral("");
-    for (const auto &[name, key] : SessionInfoTables::trackTexts)
-        values.setValue(name, textOf(weekend.value(key)), empty);
-    for (const auto &[name, path, keepsUnit] : SessionInfoTables::trackMeasures) {
-        const QStringList pieces = weekend.pathValue(path).simplified().split(QLatin1Char(' '));
-        const QString unit = keepsUnit && pieces.size() >= 2 ? pieces[1] : empty;
-        values.setValue(name, pieces[0].toDouble(), unit);
-    }
-}
-
-void iRTelemetryReader::readFuelAndSetup(const TStringTree &driverInfo, DynamicData &values) const
-{
-    const QString empty = QStringLiteral("");
-    const double maxLitres = driverInfo.value("DriverCarFuelMaxLtr").toDouble();
-    const double maxFraction = driverInfo.value("DriverCarMaxFuelPct").toDouble();
-    const double kgPerLitre = driverInfo.value("DriverCarFuelKgPerLtr").toDouble();
-    values.setValue(QStringLiteral("Maximum fuel level"), maxLitres * maxFraction,
-                    QStringLiteral("l"));
-    values.setValue(QStringLiteral("Maximum fuel percent"), maxFraction, QStringLiteral("pu"));
-    if (std::abs(kgPerLitre) > DerivedChannels::NoFuelDensity) {
-        values.setValue(LapKeys::kgPerFuelLitre, kgPerLitre, empty);
-        values.setValue(QStringLiteral("Maximum fuel weight"), maxLitres * maxFraction * kgPerLitre,
-                        QStringLiteral("kg"));
+            SessionHeader::readDriver(*driver, header);
     }
 
-    // The set-up's fuel level tells whether the driver thinks in litres or kilograms.
-    const QString fuel = pathValue("CarSetup/Chassis/Rear/FuelLevel");
-    if (!fuel.isEmpty()) {
-        const QStringList pieces = fuel.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        if (pieces.size() == 2)
-            values.setValue(QStringLiteral("Preferred fuel unit"),
-                            pieces[1] == QLatin1String("kg") ? QStringLiteral("weight")
-                                                             : QStringLiteral("volume"),
-                            empty);
-    }
-
-    const TStringTree *aero = pathSub("CarSetup/TiresAero/AeroCalculator");
-    if (!aero)
-        aero = pathSub("CarSetup/TiresAero/AeroBalanceCalc");
-    if (!aero)
-        return;
-    for (const QString &name : aero->valueKeys()) {
-        const QString text = aero->value(name.toStdString()).trimmed();
-        if (text.isEmpty())
-            continue;
-        const QStringList pieces = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        values.setValue(name, pieces[0], pieces.size() >= 2 ? pieces[1] : empty);
-    }
-}
-
-void iRTelemetryReader::readDriver(const TStringTree &driver, ZUM::SDK::LapHeader &header)
-{
-    header.carInfo.driverName = driver.value("UserName");
-    header.carInfo.carName = driver.value("CarScreenName");
-    const QString empty = QStringLiteral("");
-    for (const auto &[name, key] : SessionInfoTables::driverTexts)
-        header.dynamicData.setValue(name, textOf(driver.value(key)), empty);
-    // The colour parser wants "#rrggbb".
-    const SessionInfoTables::Text &licence = SessionInfoTables::licenceColour;
-    QString colour = driver.value(licence.key);
-    colour.replace(QLatin1String("0x"), QLatin1String("#"));
-    header.dynamicData.setValue(licence.name, QVariant::fromValue(QColor::fromString(colour)),
-                                empty);
-}
-
-// The kind of the session the player is in, whatever car the lap belongs to.
-void iRTelemetryReader::readSessionKind(ZUM::SDK::LapHeader &header) const
-{
+    // The kind of the session the player is in, whatever car the lap belongs to.
     QString sessionType;
     if (isValidCar(m_myCarIdx)) {
         const int sessionNum
             = m_cars[m_myCarIdx].sample.dynamicData.value(m_sessionNumKey.name).toInt();
         sessionType = pathValue(sessionPath(sessionNum) + "/SessionType");
     }
-    header.dynamicData.setValue(QStringLiteral("Session name"), textOf(sessionType),
-                                QStringLiteral(""));
-    if (const Session session = sessionOfType(sessionType); session != Session::Unknown)
-        header.session = session;
+    SessionHeader::readSessionKind(sessionType, header);
+    SessionHeader::correctNames(header);
 }

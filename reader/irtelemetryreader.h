@@ -124,11 +124,6 @@ private:
     bool joinsLapUnderWay(RecorderCar &car);
     bool replayPlaysAtNormalSpeed(RecorderCar &car);
 
-    void readTrack(const TStringTree &weekend, ZUM::SDK::LapHeader &header);
-    void readFuelAndSetup(const TStringTree &driverInfo, ZUM::SDK::DynamicData &values) const;
-    static void readDriver(const TStringTree &driver, ZUM::SDK::LapHeader &header);
-    void readSessionKind(ZUM::SDK::LapHeader &header) const;
-
     const Mode m_mode;
     bool m_myCarOnly;
     qint32 m_maxCars = IRSDK_MAX_CARS;
