@@ -24,6 +24,27 @@ using ZUM::SDK::Value;
 
 namespace {
 
+// The simulator marks a car that is not in the world by a lap fraction of -1: at or below
+// this, tick processing takes the car as not in the world.
+constexpr double NotInWorldLapFraction = -0.5;
+// Deliberately higher than NotInWorldLapFraction: isCarInWorld answers as it always has, even
+// for a car that tick processing still follows.
+constexpr double InWorldLapFraction = -0.2;
+// Another car on pit road whose lap fraction moved less than this since the last tick stands
+// still: it is in its stall.
+constexpr double StandingStillLapFraction = 0.001;
+// A sample taken slower than this (m/s) joins no lap: the car is standing.
+constexpr double MinimumRecordedSpeed = 1.0;
+// The lap fraction has wrapped past the line, before the lap's completion verdict, when the
+// lap's highest fraction is above WrapFromLapFraction and the tick's is more than
+// WrapLapFractionDrop below it.
+constexpr double WrapFromLapFraction = 0.9;
+constexpr double WrapLapFractionDrop = 0.5;
+// A replay plays at normal speed while its play speed is this close to 1.
+constexpr double NormalPlaySpeedTolerance = 0.001;
+// A last-lap time this close to zero is no time.
+constexpr double NoLapTime = 0.00001;
+
 std::string sessionPath(int sessionNum)
 {
     return "SessionInfo/Sessions/" + std::to_string(sessionNum);
@@ -229,7 +250,7 @@ bool iRTelemetryReader::isSessionRestarted() const
 
 bool iRTelemetryReader::isCarInWorld(int carIdx) const
 {
-    return double(m_cars[carIdx].current.lapDistPct) > -0.2;
+    return double(m_cars[carIdx].current.lapDistPct) > InWorldLapFraction;
 }
 
 void iRTelemetryReader::processRawData(QList<Sample> samples)
@@ -260,69 +281,72 @@ void iRTelemetryReader::processTick(QList<Sample> &samples)
     }
 
     const bool restarted = isSessionRestarted();
-    if (m_cars.isEmpty())
+    for (int c = 0; c < m_cars.size(); ++c) {
+        if (c < m_carInfos.size() && !m_carInfos[c].driverName.isEmpty())
+            processCar(c, playerSession, restarted);
+    }
+}
+
+void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted)
+{
+    RecorderCar &car = m_cars[carIdx];
+    m_active[size_t(carIdx)] = true;
+    const DynamicData &values = car.sample.dynamicData;
+
+    car.current.lapDistPct = readFloat(values, m_lapDistPctKey, -1.0f);
+    car.current.lapDist = readFloat(values, m_lapDistKey, -1.0f);
+    car.current.sessionState = readInt(values, m_sessionStateKey, 0);
+    car.current.speed = readFloat(values, m_speedKey, -1.0f);
+
+    // A car whose tick counter did not move has no new data. Files without a tick counter (the
+    // oldest format) count every record as new.
+    if (const Value *tick = validValue(values, m_sessionTickKey)) {
+        car.current.sessionTick = tick->toULongLong();
+        if (car.current.sessionTick == car.previous.sessionTick)
+            return;
+    }
+
+    if (!(double(car.current.lapDistPct) > NotInWorldLapFraction)) {
+        car.current.status = CarStatus::NotInWorld;
+        return;
+    }
+
+    bool inPitStall = false;
+    bool onPitRoad = false;
+    bool onTrack = false;
+    if (carIdx != m_myCarIdx) {
+        if (playerSession < 0)
+            return;
+        readOtherCar(carIdx, playerSession, inPitStall, onPitRoad, onTrack);
+    } else {
+        readPlayerCar(carIdx, inPitStall, onPitRoad, onTrack);
+    }
+
+    readSessionType(car, playerSession);
+    car.updateCarStatus(inPitStall, onPitRoad, onTrack);
+
+    if (car.isLapAborted()) {
+        car.current.lapAborted = true;
+        processLap(carIdx, false);
+        return;
+    }
+    car.current.lapAborted = false;
+
+    if (restarted) {
+        processLap(carIdx, false);
+        return;
+    }
+    // Deliberately, the tick that completes a lap joins neither lap: the finished lap ends
+    // before the line and the next begins after it, as hosts have always received them.
+    if (car.current.lapCompleted) {
+        processLap(carIdx, true);
+        return;
+    }
+    if (car.current.status == CarStatus::WaitingForStart)
         return;
 
-    for (int c = 0; c < m_cars.size(); ++c) {
-        if (c >= m_carInfos.size() || m_carInfos[c].driverName.isEmpty())
-            continue;
-        RecorderCar &car = m_cars[c];
-        m_active[size_t(c)] = true;
-        const DynamicData &values = car.sample.dynamicData;
-
-        car.current.lapDistPct = readFloat(values, m_lapDistPctKey, -1.0f);
-        car.current.lapDist = readFloat(values, m_lapDistKey, -1.0f);
-        car.current.sessionState = readInt(values, m_sessionStateKey, 0);
-        car.current.speed = readFloat(values, m_speedKey, -1.0f);
-
-        // A car whose tick counter did not move has no new data. Files without a tick
-        // counter (the oldest format) count every record as new.
-        if (const Value *tick = validValue(values, m_sessionTickKey)) {
-            car.current.sessionTick = tick->toULongLong();
-            if (car.current.sessionTick == car.previous.sessionTick)
-                continue;
-        }
-
-        if (!(double(car.current.lapDistPct) > -0.5)) {
-            car.current.status = CarStatus::NotInWorld;
-            continue;
-        }
-
-        bool inPitStall = false;
-        bool onPitRoad = false;
-        bool onTrack = false;
-        if (c != m_myCarIdx) {
-            if (playerSession < 0)
-                continue;
-            readOtherCar(c, playerSession, inPitStall, onPitRoad, onTrack);
-        } else {
-            readPlayerCar(c, inPitStall, onPitRoad, onTrack);
-        }
-
-        readSessionType(car, playerSession);
-        car.updateCarStatus(inPitStall, onPitRoad, onTrack);
-
-        if (car.isLapAborted()) {
-            car.current.lapAborted = true;
-            processLap(c, false);
-            continue;
-        }
-        car.current.lapAborted = false;
-
-        if (restarted) {
-            processLap(c, false);
-            continue;
-        }
-        if (car.current.lapCompleted) {
-            processLap(c, true);
-            continue;
-        }
-        if (car.current.status == CarStatus::WaitingForStart)
-            continue;
-
-        if (joinsLapUnderWay(car) && replayPlaysAtNormalSpeed(car))
-            car.lap->addSample(car.sample);
-    }
+    if (joinsLapUnderWay(car) && replayPlaysAtNormalSpeed(car))
+        car.lap->addSample(car.sample);
 }
 
 // Other cars carry few variables: their lap comes from the session's results, their pit
@@ -358,7 +382,7 @@ void iRTelemetryReader::readOtherCar(int carIdx, int playerSession, bool &inPitS
     // in its stall.
     onPitRoad = readBool(values, m_onPitRoadKey, true);
     const float moved = car.current.lapDistPct - car.previous.lapDistPct;
-    inPitStall = onPitRoad && std::abs(double(moved)) < 0.001;
+    inPitStall = onPitRoad && std::abs(double(moved)) < StandingStillLapFraction;
     onTrack = !onPitRoad;
 }
 
@@ -404,7 +428,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
     if (car.lap->isEmpty() && (status == CarStatus::InPitStall || status == CarStatus::InPitLane))
         return false;
     if (const Value *speed = validValue(car.sample.dynamicData, m_speedKey);
-        speed && speed->toDouble() < 1.0)
+        speed && speed->toDouble() < MinimumRecordedSpeed)
         return false;
 
     DynamicData &header = car.lap->header().dynamicData;
@@ -415,7 +439,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
         return true;
     }
     const double highest = maximum->toFloat();
-    if (highest > 0.9 && highest - double(fraction) > 0.5) {
+    if (highest > WrapFromLapFraction && highest - double(fraction) > WrapLapFractionDrop) {
         car.nextLap->addSample(car.sample);
         return false;
     }
@@ -429,7 +453,7 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
     if (m_simMode != 1 || !car.detailedTelemetry)
         return true;
     const Value *speed = validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
-    if (!speed || std::abs(speed->toDouble() - 1.0) <= 0.001)
+    if (!speed || std::abs(speed->toDouble() - 1.0) <= NormalPlaySpeedTolerance)
         return true;
     if (!car.lap->isEmpty()) {
         car.lap->clear();
@@ -457,9 +481,10 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
     else if (car.previous.status == CarStatus::FlyingLap)
         header.flyingLap = 1;
 
-    // Out laps outside races, laps not completed and laps without a time get no real time.
+    // Laps not completed and laps without a time get no real time; so, deliberately, does an
+    // out lap outside a race even when the simulator reports one: it began in the pits.
     float time = car.current.lastLapTime;
-    if (time < 0 || std::abs(double(time)) <= 0.00001 || !completed
+    if (time < 0 || std::abs(double(time)) <= NoLapTime || !completed
         || (header.flyingLap == 0 && car.current.sessionType != Session::Race))
         time = float(ZUM::SDK::UntimedLapSeconds);
     car.current.lastLapTime = time;
@@ -477,6 +502,8 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
             if (lapChannel && !lapChannel->isEmpty())
                 car.current.lap = int(std::trunc(lapChannel->value(0)));
         }
+        // Deliberately the counter of the tick that cut the lap: an in lap that crossed the line
+        // in the pit lane is numbered one ahead (5 after 3), as hosts have always received it.
         if (m_myCarOnly) {
             header.lapNumber = car.current.lap;
             header.lapInStint = car.current.lapInStint;

@@ -51,7 +51,9 @@ public:
     void processTick(QList<ZUM::SDK::Sample> &samples);
     void processData(QList<ZUM::SDK::Sample> samples) { processRawData(std::move(samples)); }
     void processRecordedData() { processRawData(m_samples); }
-    // Forgets the player's car, the mode and the session.
+    // Forgets the player's car, the session and whether the file is a replay, and takes every
+    // later tick as carrying all car slots; mode() and how the cars decide a lap's completion
+    // stay as constructed.
     void initialize();
     // The player's car's sample of this tick.
     const ZUM::SDK::Sample &sample() const { return m_cars[m_myCarIdx].sample; }
@@ -117,6 +119,8 @@ private:
                   bool fallback) const;
 
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
+    // One car's part of a tick; only cars that the session text names a driver for.
+    void processCar(int carIdx, int playerSession, bool restarted);
     void readOtherCar(int carIdx, int playerSession, bool &inPitStall, bool &onPitRoad,
                       bool &onTrack);
     void readPlayerCar(int carIdx, bool &inPitStall, bool &onPitRoad, bool &onTrack);
