@@ -102,8 +102,8 @@ void addDistanceAndSpeed(Lap &lap, const Channel &fraction, const Channel &sessi
 
 void DerivedChannels::applyYawOffset(Lap &lap)
 {
-    // Deliberately "yawOffset": the session information stores the north offset as
-    // "YawOffset", so none is found here and the heading stays the simulator's.
+    // Deliberately "yawOffset" and "Yaw": the session information stores the north offset as
+    // "YawOffset" and the heading is recorded as "yaw", so the heading stays the simulator's.
     const QString offsetKey = QStringLiteral("yawOffset");
     ZUM::SDK::DynamicData &header = lap.header().dynamicData;
     const double yawOffset = header.value(offsetKey).toDouble();

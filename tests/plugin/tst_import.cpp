@@ -2,6 +2,7 @@
 #include "ibtwriter.h"
 #include "irtelemetryreader.h"
 #include "plugininterfaceimport.h"
+#include "readerreplay.h"
 #include "recordedlaps.h"
 #include "samplefiles.h"
 #include "sessiongenerator.h"
@@ -15,6 +16,9 @@
 #include <QTest>
 
 #include <new>
+#include <optional>
+
+Q_DECLARE_METATYPE(IbtWriter::Overrides)
 
 using ZUM::SDK::Lap;
 using ZUM::SDK::PluginInterfaceImport;
@@ -260,27 +264,25 @@ void tst_Import::zeroLengthsEndCleanly()
 
 void tst_Import::negativeLengthLeavesAsAnAllocationFailure_data()
 {
-    QTest::addColumn<QString>("field");
-    QTest::newRow("negative session text length") << "sessionInfoLen";
-    QTest::newRow("session text length of -1") << "sessionInfoLen=-1";
-    QTest::newRow("negative descriptor count") << "numVars";
-    QTest::newRow("negative record length") << "bufLen";
+    QTest::addColumn<IbtWriter::Overrides>("negative");
+    using Field = std::optional<int32_t> IbtWriter::Overrides::*;
+    const auto row = [](const char *name, Field field, int32_t value) {
+        IbtWriter::Overrides negative;
+        negative.*field = value;
+        QTest::newRow(name) << negative;
+    };
+    row("negative session text length", &IbtWriter::Overrides::sessionInfoLen, -5);
+    row("session text length of -1", &IbtWriter::Overrides::sessionInfoLen, -1);
+    row("negative descriptor count", &IbtWriter::Overrides::numVars, -5);
+    row("negative record length", &IbtWriter::Overrides::bufLen, -5);
 }
 
 void tst_Import::negativeLengthLeavesAsAnAllocationFailure()
 {
-    QFETCH(QString, field);
-    IbtWriter::Overrides negative;
-    if (field == QLatin1String("sessionInfoLen"))
-        negative.sessionInfoLen = -5;
-    else if (field == QLatin1String("sessionInfoLen=-1"))
-        negative.sessionInfoLen = -1;
-    else if (field == QLatin1String("numVars"))
-        negative.numVars = -5;
-    else
-        negative.bufLen = -5;
-    const QString path = m_dir.filePath(QString(field).replace(QLatin1Char('='), QLatin1Char('_'))
-                                        + QStringLiteral(".ibt"));
+    QFETCH(IbtWriter::Overrides, negative);
+    const QString path = m_dir.filePath(
+        QString::fromLatin1(QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('-'))
+        + QStringLiteral(".ibt"));
     QVERIFY(writeSmallFile(path, negative, 3));
     QVERIFY_THROWS_EXCEPTION(std::bad_alloc, plugin()->import(path, format, {}));
 }
@@ -396,17 +398,13 @@ void tst_Import::lapHandedOverByTheLastRecordIsListedOnce()
 
     // The record whose tick hands the first flying lap over.
     const IbtImage file = IbtImage::load(whole);
-    const QByteArray text = file.terminatedSessionText();
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
-    reader.setYaml(text.constData());
-    reader.updateCarList();
+    ReaderReplay ticks(reader, file);
     qsizetype handOver = -1;
     QSharedPointer<Lap> flying;
-    for (qsizetype r = 0; r < file.recordCount() && handOver < 0; ++r) {
-        reader.prepareTick();
-        reader.processData(reader.getRawData(&file.header(), file.varHeaders(), file.record(r)));
+    while (handOver < 0 && ticks.next()) {
         if (reader.isMyLapReady() && reader.myLap()->header().flyingLap == 1) {
-            handOver = r;
+            handOver = ticks.record();
             flying = reader.myLap();
         }
     }
@@ -447,8 +445,6 @@ void tst_Import::recordedFiles()
     ZUM_REQUIRE_SAMPLE_FILES();
     QFETCH(QString, file);
     QFETCH(QStringList, lapTimes);
-    if (file.isEmpty())
-        return;
 
     const QString path = SampleFiles::path(file);
     const Imported imported = importFile(path);
