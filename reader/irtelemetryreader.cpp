@@ -214,8 +214,6 @@ qint32 iRTelemetryReader::status(int carIdx) const
     return qint32(m_cars[carIdx].current.status);
 }
 
-// ---- Tick processing -------------------------------------------------------------------------
-
 void iRTelemetryReader::initialize()
 {
     m_myCarIdx = -1;
@@ -464,8 +462,6 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
     return false;
 }
 
-// ---- Lap completion --------------------------------------------------------------------------
-
 void iRTelemetryReader::processLap(int carIdx, bool completed)
 {
     RecorderCar &car = m_cars[carIdx];
@@ -549,8 +545,6 @@ void iRTelemetryReader::cleanupLap(int carIdx)
         m_cars[carIdx].lap->removeRecordedChannel(m_lapCurrentLapTimeKey.name);
 }
 
-// ---- Lap post-processing ---------------------------------------------------------------------
-
 void iRTelemetryReader::preprocessLap(int carIdx)
 {
     Lap &lap = *m_cars[carIdx].lap;
@@ -572,8 +566,6 @@ void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &nam
     if (channel && fraction && fraction->size() >= channel->size())
         ZUM::SDK::ChannelUtils::normalizeChannelBeginning(channel.data(), fraction.data());
 }
-
-// ---- Session information ---------------------------------------------------------------------
 
 QUuid iRTelemetryReader::sessionId(const QString &digits)
 {
