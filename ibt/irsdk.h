@@ -34,6 +34,8 @@ constexpr int irsdk_varTypeSize(int32_t type)
 inline constexpr int IRSDK_MAX_BUFS = 4;
 inline constexpr int IRSDK_MAX_STRING = 32;
 inline constexpr int IRSDK_MAX_DESC = 64;
+// Car slots of the simulator: elements of a per-car variable, indexed by car index.
+inline constexpr int IRSDK_MAX_CARS = 64;
 
 #pragma pack(push, 1)
 

@@ -21,9 +21,6 @@ namespace {
 const QString importFormat = QStringLiteral("iRacing binary telemetry (*.ibt)");
 const QString readError = QStringLiteral("IBT import error:  ");
 
-constexpr int information = 0;
-constexpr int error = -2;
-
 // A record yields at most one value per byte when its variables do not overlap, so the laps of
 // any real file hold about as many entries as the file has bytes, besides a few derived
 // channels. Twice that is out of reach for a real file; a damaged one that asks for more (tiny
@@ -120,13 +117,13 @@ Laps iRPluginImport::import(const QString &fileName, const QString &format,
                             const QMap<QString, QVariant> &options)
 {
     Q_UNUSED(options);
-    message(QStringLiteral("Importing file ") + fileName + QStringLiteral(" ..."), information);
-    message(QStringLiteral("Using format ") + format, information);
+    message(QStringLiteral("Importing file ") + fileName + QStringLiteral(" ..."), Information);
+    message(QStringLiteral("Using format ") + format, Information);
     QElapsedTimer elapsed;
     elapsed.start();
 
     if (format != importFormat) {
-        message(QStringLiteral("Unknown format"), error);
+        message(QStringLiteral("Unknown format"), Error);
         return {};
     }
 
@@ -135,13 +132,13 @@ Laps iRPluginImport::import(const QString &fileName, const QString &format,
     case IbtFile::Status::Ok:
         break;
     case IbtFile::Status::CannotOpen:
-        message(QStringLiteral("Can't open file ") + fileName, error);
+        message(QStringLiteral("Can't open file ") + fileName, Error);
         return {};
     case IbtFile::Status::ImpossibleLength:
         // No buffer can have a negative length: the host hears of it as an allocation failure.
         throw std::bad_alloc();
     default:
-        message(readError + IbtFile::errorText(status), error);
+        message(readError + IbtFile::errorText(status), Error);
         return {};
     }
 
@@ -156,12 +153,12 @@ Laps iRPluginImport::import(const QString &fileName, const QString &format,
                                      "before are kept")
                           .arg(file.fileSize())
                           .arg(result.ticks - 1),
-                error);
+                Error);
     setStartTimes(result.laps, fileName);
 
     message(QStringLiteral("Done in ") + QString::number(elapsed.elapsed())
                 + QStringLiteral(" ms; Laps readed ") + QString::number(result.laps.size()),
-            information);
+            Information);
     for (const QSharedPointer<Lap> &lap : std::as_const(result.laps)) {
         lap->header().carInfo.sourceName = sourceName();
         lap->header().carInfo.pluginName = pluginName();

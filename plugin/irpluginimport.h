@@ -9,7 +9,7 @@
 class iRPluginImport : public QObject, public ZUM::SDK::PluginInterfaceImport
 {
     Q_OBJECT
-    Q_PLUGIN_METADATA(IID "com.zumtelemetry.PluginInterfaceImport/0.2")
+    Q_PLUGIN_METADATA(IID ZUM_SDK_PluginInterfaceImport_iid)
     Q_INTERFACES(ZUM::SDK::PluginInterfaceImport)
 
 public:

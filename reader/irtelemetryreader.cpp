@@ -1,19 +1,17 @@
 #include "irtelemetryreader.h"
 
+#include "derivedchannels.h"
+#include "sessionheader.h"
+
 #include "carstatus.h"
 #include "channelutils.h"
 #include "session.h"
 
-#include <QColor>
 #include <QDateTime>
 #include <QDebug>
-#include <QHash>
-#include <QMap>
 #include <QTime>
 
-#include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <string>
 
@@ -27,14 +25,26 @@ using ZUM::SDK::Value;
 
 namespace {
 
-// Track names and cities that arrive with a blank where an accented letter belongs.
-const QMap<QString, QString> diacriticFixes = {
-    {QStringLiteral("Aut dromo Jos  Carlos Pace"), QStringLiteral("Autódromo José Carlos Pace")},
-    {QStringLiteral("S o Paulo"), QStringLiteral("São Paulo")},
-};
-
-// Lap times that cannot be trusted.
-constexpr float untrustedLapTime = 3599.0f;
+// The simulator marks a car that is not in the world by a lap fraction of -1: at or below
+// this, tick processing takes the car as not in the world.
+constexpr double NotInWorldLapFraction = -0.5;
+// Deliberately higher than NotInWorldLapFraction: isCarInWorld answers as it always has, even
+// for a car that tick processing still follows.
+constexpr double InWorldLapFraction = -0.2;
+// Another car on pit road whose lap fraction moved less than this since the last tick stands
+// still: it is in its stall.
+constexpr double StandingStillLapFraction = 0.001;
+// A sample taken slower than this (m/s) joins no lap: the car is standing.
+constexpr double MinimumRecordedSpeed = 1.0;
+// The lap fraction has wrapped past the line, before the lap's completion verdict, when the
+// lap's highest fraction is above WrapFromLapFraction and the tick's is more than
+// WrapLapFractionDrop below it.
+constexpr double WrapFromLapFraction = 0.9;
+constexpr double WrapLapFractionDrop = 0.5;
+// A replay plays at normal speed while its play speed is this close to 1.
+constexpr double NormalPlaySpeedTolerance = 0.001;
+// A last-lap time this close to zero is no time.
+constexpr double NoLapTime = 0.00001;
 
 // Truncated toward zero like a conversion to int, which is undefined for NaN, infinities and
 // values beyond the int range: a damaged record can hold any of them. For those it gives
@@ -47,37 +57,9 @@ int truncatedToInt(double value)
     return std::numeric_limits<int>::min();
 }
 
-// The session kind that a session type text of the session text names; Unknown otherwise.
-Session sessionOfType(const QString &type)
-{
-    if (type == QLatin1String("Race"))
-        return Session::Race;
-    if (type == QLatin1String("Offline testing"))
-        return Session::Test;
-    if (type == QLatin1String("Qualify"))
-        return Session::Qualify;
-    if (type == QLatin1String("Practice"))
-        return Session::Practice;
-    if (type == QLatin1String("Warmup"))
-        return Session::Warmup;
-    return Session::Unknown;
-}
-
 std::string sessionPath(int sessionNum)
 {
     return "SessionInfo/Sessions/" + std::to_string(sessionNum);
-}
-
-// A text that is stored even when the session text lacks it: then empty, never null.
-QString textOf(const QString &value)
-{
-    return value.isNull() ? QStringLiteral("") : value;
-}
-
-// Channel entry i, or the invalid marker past the end of a channel left short by a sample.
-double at(const Channel &channel, qint64 i)
-{
-    return i < channel.size() ? channel.value(i) : ZUM::SDK::InvalidValue;
 }
 
 } // namespace
@@ -87,7 +69,7 @@ iRTelemetryReader::iRTelemetryReader(Mode mode)
     , m_myCarOnly(mode == MyCarOnly)
 {
     m_samples.resize(m_myCarOnly ? 1 : m_maxCars);
-    m_cars.resize(64);
+    m_cars.resize(IRSDK_MAX_CARS);
     m_active.assign(size_t(m_cars.size()), false);
     m_carInfos.resize(m_maxCars);
     for (RecorderCar &car : m_cars)
@@ -108,52 +90,13 @@ void iRTelemetryReader::recordRawData(const irsdk_header *header, const irsdk_va
     retrieveRawData(header, varHeaders, record, m_samples);
 }
 
-void iRTelemetryReader::learnVariables(const irsdk_header *header,
-                                       const irsdk_varHeader *varHeaders)
-{
-    m_learnt = true;
-    const int count = qMax(header->numVars, 0);
-    m_descriptors.assign(varHeaders, varHeaders + count);
-    m_variables = IbtVariable::plan(varHeaders, count, header->bufLen);
-    for (const IbtVariable &variable : std::as_const(m_variables)) {
-        m_perCar.append(variable.name.startsWith(m_carIdxKey));
-        m_perCarNames.append(variable.name.mid(m_carIdxKey.size()));
-    }
-
-    // Every element of a variable goes under its one name, and a later variable of the same
-    // name overwrites an earlier one: the last writer's value and unit are what a record
-    // leaves.
-    QHash<QString, qsizetype> position;
-    for (const IbtVariable &variable : std::as_const(m_variables)) {
-        const Slot slot {variable.type,
-                         variable.offset + (variable.count - 1) * variable.elementSize()};
-        const auto known = position.constFind(variable.name);
-        if (known == position.cend()) {
-            position.insert(variable.name, m_slots.size());
-            m_slots.append(slot);
-            m_slotNames.append(variable.name);
-            m_slotUnits.append(variable.unit);
-        } else {
-            m_slots[*known] = slot;
-            m_slotUnits[*known] = variable.unit;
-        }
-    }
-    m_slotLayout = DynamicData::newLayout();
-    for (Variable *variable :
-         {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
-          &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey, &m_lapLastLapTimeKey,
-          &m_lapCurrentLapTimeKey, &m_onPitRoadKey, &m_playerCarInPitStallKey, &m_isOnTrackKey,
-          &m_replayPlaySpeedKey})
-        variable->position = m_slotNames.indexOf(variable->name);
-}
-
 // A variable of the tick, or null when the sample lacks it or holds no valid value. A sample
 // in the player's car's layout holds exactly the layout's names.
 const Value *iRTelemetryReader::validValue(const DynamicData &values,
                                            const Variable &variable) const
 {
     const Value *value = nullptr;
-    if (values.layout() != 0 && values.layout() == m_slotLayout)
+    if (values.layout() != 0 && values.layout() == m_decoder.layout())
         value = variable.position >= 0 ? &values.layoutValue(variable.position) : nullptr;
     else
         value = values.find(variable.name);
@@ -181,26 +124,14 @@ bool iRTelemetryReader::readBool(const DynamicData &values, const Variable &vari
     return value ? value->toBool() : fallback;
 }
 
-// Names and units of every descriptor, readable or not, converted when first asked for: the
-// decoding needs only those of the readable ones.
 const QList<QString> &iRTelemetryReader::variableNames() const
 {
-    if (m_names.size() != qsizetype(m_descriptors.size())) {
-        m_names.clear();
-        for (const irsdk_varHeader &descriptor : m_descriptors)
-            m_names.append(IbtVariable::nameOf(descriptor));
-    }
-    return m_names;
+    return m_decoder.variableNames();
 }
 
 const QList<QString> &iRTelemetryReader::variableUnits() const
 {
-    if (m_units.size() != qsizetype(m_descriptors.size())) {
-        m_units.clear();
-        for (const irsdk_varHeader &descriptor : m_descriptors)
-            m_units.append(IbtVariable::unitOf(descriptor));
-    }
-    return m_units;
+    return m_decoder.variableUnits();
 }
 
 void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
@@ -215,114 +146,32 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
 void iRTelemetryReader::prepareRawData(const irsdk_header *header,
                                        const irsdk_varHeader *varHeaders)
 {
-    if (!m_learnt)
-        learnVariables(header, varHeaders);
+    if (m_decoder.isLearnt())
+        return;
+    m_decoder.learn(header, varHeaders);
+    for (Variable *variable :
+         {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
+          &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey,
+          &m_lapLastLapTimeKey, &m_lapCurrentLapTimeKey, &m_onPitRoadKey,
+          &m_playerCarInPitStallKey, &m_isOnTrackKey, &m_replayPlaySpeedKey})
+        variable->position = m_decoder.position(variable->name);
 }
 
 void iRTelemetryReader::decodeRawData(const char *record, QList<Sample> &samples) const
 {
-    if (!m_myCarOnly)
-        decodeAllCars(record, samples);
-    else if (!samples.isEmpty())
-        decodeMyCar(record, samples[0]);
+    if (m_myCarOnly) {
+        if (!samples.isEmpty() && m_myCarIdx >= 0)
+            m_decoder.decodeMyCar(record, samples[0]);
+        return;
+    }
+    // In a live recording the player's values come from the scalar variables, not from the
+    // player's element of the per-car arrays.
+    m_decoder.decodeAllCars(record, samples, m_myCarIdx, m_simMode == 0);
 }
 
 void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const
 {
-    for (Sample &sample : samples) {
-        static_cast<ZUM::SDK::CarInfo &>(sample) = ZUM::SDK::CarInfo();
-        if (sample.dynamicData.layout() == 0 || sample.dynamicData.layout() != m_slotLayout)
-            sample.dynamicData.clear();
-    }
-}
-
-void iRTelemetryReader::decodeMyCar(const char *record, Sample &sample) const
-{
-    if (m_myCarIdx < 0)
-        return;
-    DynamicData &values = sample.dynamicData;
-    if (values.layout() != m_slotLayout) {
-        // Values already there stay beside the record's: only an empty sample takes the layout.
-        if (!values.isEmpty()) {
-            for (const IbtVariable &variable : m_variables) {
-                for (int i = 0; i < variable.count; ++i)
-                    values.setValue(variable.name,
-                                    Value(variable.variant(record, i), variable.unit));
-            }
-            return;
-        }
-        values.setLayout(m_slotLayout, m_slotNames, m_slotUnits);
-    }
-    for (qsizetype i = 0; i < m_slots.size(); ++i) {
-        const char *at = record + m_slots[i].offset;
-        switch (m_slots[i].type) {
-        case irsdk_char:
-            values.setLayoutValue(i, int(int8_t(*at)));
-            break;
-        case irsdk_bool:
-            values.setLayoutValue(i, *at != 0);
-            break;
-        case irsdk_int:
-        case irsdk_bitField: {
-            int32_t value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, int(value));
-            break;
-        }
-        case irsdk_float: {
-            float value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, value);
-            break;
-        }
-        case irsdk_double: {
-            double value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, value);
-            break;
-        }
-        }
-    }
-}
-
-void iRTelemetryReader::decodeAllCars(const char *record, QList<Sample> &samples) const
-{
-    const int mine = m_myCarIdx;
-    for (qsizetype v = 0; v < m_variables.size(); ++v) {
-        const IbtVariable &variable = m_variables[v];
-        for (int i = 0; i < variable.count; ++i) {
-            if (m_perCar[v]) {
-                // Element i belongs to car i. In a live recording the player's element is
-                // left out: the player's values come from the scalar variables.
-                if ((i == mine && m_simMode == 0) || i >= samples.size())
-                    continue;
-                samples[i].dynamicData.setValue(m_perCarNames[v],
-                                                Value(variable.variant(record, i), variable.unit));
-                continue;
-            }
-            // An array that is not per car keeps its last element under the one name.
-            if (mine >= 0 && mine < samples.size())
-                samples[mine].dynamicData.setValue(
-                    variable.name, Value(variable.variant(record, i), variable.unit));
-        }
-    }
-
-    if (mine < 0 || mine >= samples.size())
-        return;
-
-    // Other cars carry no clock of their own: they take the player's.
-    const DynamicData &player = samples[mine].dynamicData;
-    const Value sessionTime = player.value(m_sessionTimeKey);
-    const Value sessionTimeRemain = player.value(m_sessionTimeRemainKey);
-    const QVariant sessionTick(player.value(m_sessionTickKey.name).toULongLong());
-    for (int c = 0; c < samples.size(); ++c) {
-        if (c == mine)
-            continue;
-        DynamicData &values = samples[c].dynamicData;
-        values.setValue(m_sessionTimeKey, sessionTime);
-        values.setValue(m_sessionTimeRemainKey, sessionTimeRemain);
-        values.setValue(m_sessionTickKey.name, sessionTick, QStringLiteral(""));
-    }
+    m_decoder.recycle(samples);
 }
 
 void iRTelemetryReader::setYaml(const char *text)
@@ -388,8 +237,6 @@ qint32 iRTelemetryReader::status(int carIdx) const
     return qint32(m_cars[carIdx].current.status);
 }
 
-// ---- Tick processing -------------------------------------------------------------------------
-
 void iRTelemetryReader::initialize()
 {
     m_myCarIdx = -1;
@@ -424,7 +271,7 @@ bool iRTelemetryReader::isSessionRestarted() const
 
 bool iRTelemetryReader::isCarInWorld(int carIdx) const
 {
-    return double(m_cars[carIdx].current.lapDistPct) > -0.2;
+    return double(m_cars[carIdx].current.lapDistPct) > InWorldLapFraction;
 }
 
 void iRTelemetryReader::processRawData(QList<Sample> samples)
@@ -455,69 +302,72 @@ void iRTelemetryReader::processTick(QList<Sample> &samples)
     }
 
     const bool restarted = isSessionRestarted();
-    if (m_cars.isEmpty())
+    for (int c = 0; c < m_cars.size(); ++c) {
+        if (c < m_carInfos.size() && !m_carInfos[c].driverName.isEmpty())
+            processCar(c, playerSession, restarted);
+    }
+}
+
+void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted)
+{
+    RecorderCar &car = m_cars[carIdx];
+    m_active[size_t(carIdx)] = true;
+    const DynamicData &values = car.sample.dynamicData;
+
+    car.current.lapDistPct = readFloat(values, m_lapDistPctKey, -1.0f);
+    car.current.lapDist = readFloat(values, m_lapDistKey, -1.0f);
+    car.current.sessionState = readInt(values, m_sessionStateKey, 0);
+    car.current.speed = readFloat(values, m_speedKey, -1.0f);
+
+    // A car whose tick counter did not move has no new data. Files without a tick counter (the
+    // oldest format) count every record as new.
+    if (const Value *tick = validValue(values, m_sessionTickKey)) {
+        car.current.sessionTick = tick->toULongLong();
+        if (car.current.sessionTick == car.previous.sessionTick)
+            return;
+    }
+
+    if (!(double(car.current.lapDistPct) > NotInWorldLapFraction)) {
+        car.current.status = CarStatus::NotInWorld;
+        return;
+    }
+
+    bool inPitStall = false;
+    bool onPitRoad = false;
+    bool onTrack = false;
+    if (carIdx != m_myCarIdx) {
+        if (playerSession < 0)
+            return;
+        readOtherCar(carIdx, playerSession, inPitStall, onPitRoad, onTrack);
+    } else {
+        readPlayerCar(carIdx, inPitStall, onPitRoad, onTrack);
+    }
+
+    readSessionType(car, playerSession);
+    car.updateCarStatus(inPitStall, onPitRoad, onTrack);
+
+    if (car.isLapAborted()) {
+        car.current.lapAborted = true;
+        processLap(carIdx, false);
+        return;
+    }
+    car.current.lapAborted = false;
+
+    if (restarted) {
+        processLap(carIdx, false);
+        return;
+    }
+    // Deliberately, the tick that completes a lap joins neither lap: the finished lap ends
+    // before the line and the next begins after it, as hosts have always received them.
+    if (car.current.lapCompleted) {
+        processLap(carIdx, true);
+        return;
+    }
+    if (car.current.status == CarStatus::WaitingForStart)
         return;
 
-    for (int c = 0; c < m_cars.size(); ++c) {
-        if (c >= m_carInfos.size() || m_carInfos[c].driverName.isEmpty())
-            continue;
-        RecorderCar &car = m_cars[c];
-        m_active[size_t(c)] = true;
-        const DynamicData &values = car.sample.dynamicData;
-
-        car.current.lapDistPct = readFloat(values, m_lapDistPctKey, -1.0f);
-        car.current.lapDist = readFloat(values, m_lapDistKey, -1.0f);
-        car.current.sessionState = readInt(values, m_sessionStateKey, 0);
-        car.current.speed = readFloat(values, m_speedKey, -1.0f);
-
-        // A car whose tick counter did not move has no new data. Files without a tick
-        // counter (the oldest format) count every record as new.
-        if (const Value *tick = validValue(values, m_sessionTickKey)) {
-            car.current.sessionTick = tick->toULongLong();
-            if (car.current.sessionTick == car.previous.sessionTick)
-                continue;
-        }
-
-        if (!(double(car.current.lapDistPct) > -0.5)) {
-            car.current.status = CarStatus::NotInWorld;
-            continue;
-        }
-
-        bool inPitStall = false;
-        bool onPitRoad = false;
-        bool onTrack = false;
-        if (c != m_myCarIdx) {
-            if (playerSession < 0)
-                continue;
-            readOtherCar(c, playerSession, inPitStall, onPitRoad, onTrack);
-        } else {
-            readPlayerCar(c, inPitStall, onPitRoad, onTrack);
-        }
-
-        readSessionType(car, playerSession);
-        car.updateCarStatus(inPitStall, onPitRoad, onTrack);
-
-        if (car.isLapAborted()) {
-            car.current.lapAborted = true;
-            processLap(c, false);
-            continue;
-        }
-        car.current.lapAborted = false;
-
-        if (restarted) {
-            processLap(c, false);
-            continue;
-        }
-        if (car.current.lapCompleted) {
-            processLap(c, true);
-            continue;
-        }
-        if (car.current.status == CarStatus::WaitingForStart)
-            continue;
-
-        if (joinsLapUnderWay(car) && replayPlaysAtNormalSpeed(car))
-            car.lap->addSample(car.sample);
-    }
+    if (joinsLapUnderWay(car) && replayPlaysAtNormalSpeed(car))
+        car.lap->addSample(car.sample);
 }
 
 // Other cars carry few variables: their lap comes from the session's results, their pit
@@ -553,7 +403,7 @@ void iRTelemetryReader::readOtherCar(int carIdx, int playerSession, bool &inPitS
     // in its stall.
     onPitRoad = readBool(values, m_onPitRoadKey, true);
     const float moved = car.current.lapDistPct - car.previous.lapDistPct;
-    inPitStall = onPitRoad && std::abs(double(moved)) < 0.001;
+    inPitStall = onPitRoad && std::abs(double(moved)) < StandingStillLapFraction;
     onTrack = !onPitRoad;
 }
 
@@ -587,7 +437,8 @@ void iRTelemetryReader::readSessionType(RecorderCar &car, int playerSession) con
 {
     if (car.current.sessionType != Session::Unknown)
         return;
-    car.current.sessionType = sessionOfType(pathValue(sessionPath(playerSession) + "/SessionType"));
+    car.current.sessionType
+        = SessionHeader::sessionKind(pathValue(sessionPath(playerSession) + "/SessionType"));
 }
 
 // Whether the tick's sample joins the lap under way. A sample taken past the line before the
@@ -598,7 +449,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
     if (car.lap->isEmpty() && (status == CarStatus::InPitStall || status == CarStatus::InPitLane))
         return false;
     if (const Value *speed = validValue(car.sample.dynamicData, m_speedKey);
-        speed && speed->toDouble() < 1.0)
+        speed && speed->toDouble() < MinimumRecordedSpeed)
         return false;
 
     DynamicData &header = car.lap->header().dynamicData;
@@ -609,7 +460,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
         return true;
     }
     const double highest = maximum->toFloat();
-    if (highest > 0.9 && highest - double(fraction) > 0.5) {
+    if (highest > WrapFromLapFraction && highest - double(fraction) > WrapLapFractionDrop) {
         car.nextLap->addSample(car.sample);
         return false;
     }
@@ -623,7 +474,7 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
     if (m_simMode != 1 || !car.detailedTelemetry)
         return true;
     const Value *speed = validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
-    if (!speed || std::abs(speed->toDouble() - 1.0) <= 0.001)
+    if (!speed || std::abs(speed->toDouble() - 1.0) <= NormalPlaySpeedTolerance)
         return true;
     if (!car.lap->isEmpty()) {
         car.lap->clear();
@@ -633,8 +484,6 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
     }
     return false;
 }
-
-// ---- Lap completion --------------------------------------------------------------------------
 
 void iRTelemetryReader::processLap(int carIdx, bool completed)
 {
@@ -651,11 +500,12 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
     else if (car.previous.status == CarStatus::FlyingLap)
         header.flyingLap = 1;
 
-    // Out laps outside races, laps not completed and laps without a time get no real time.
+    // Laps not completed and laps without a time get no real time; so, deliberately, does an
+    // out lap outside a race even when the simulator reports one: it began in the pits.
     float time = car.current.lastLapTime;
-    if (time < 0 || std::abs(double(time)) <= 0.00001 || !completed
+    if (time < 0 || std::abs(double(time)) <= NoLapTime || !completed
         || (header.flyingLap == 0 && car.current.sessionType != Session::Race))
-        time = untrustedLapTime;
+        time = float(ZUM::SDK::UntimedLapSeconds);
     car.current.lastLapTime = time;
     header.lapTime = QTime(0, 0, 0, 0).addMSecs(truncatedToInt(time * 1000.0f));
     header.lapId = car.previous.lapId;
@@ -671,6 +521,8 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
             if (lapChannel && !lapChannel->isEmpty())
                 car.current.lap = truncatedToInt(lapChannel->value(0));
         }
+        // Deliberately the counter of the tick that cut the lap: an in lap that crossed the line
+        // in the pit lane is numbered one ahead (5 after 3), as hosts have always received it.
         if (m_myCarOnly) {
             header.lapNumber = car.current.lap;
             header.lapInStint = car.current.lapInStint;
@@ -716,98 +568,16 @@ void iRTelemetryReader::cleanupLap(int carIdx)
         m_cars[carIdx].lap->removeRecordedChannel(m_lapCurrentLapTimeKey.name);
 }
 
-// ---- Lap post-processing ---------------------------------------------------------------------
-
 void iRTelemetryReader::preprocessLap(int carIdx)
 {
     Lap &lap = *m_cars[carIdx].lap;
-    DynamicData &header = lap.header().dynamicData;
-
-    // Heading relative to north. Dropped from the header so that it cannot apply twice.
-    const double yawOffset = header.value(QStringLiteral("yawOffset")).toDouble();
-    if (const QSharedPointer<Channel> yaw = lap.channel(QStringLiteral("Yaw"))) {
-        for (qint64 i = 0; i < yaw->size(); ++i)
-            yaw->setValue(i, yaw->value(i) + yawOffset);
-    }
-    header.removeValue(QStringLiteral("yawOffset"));
-
-    const QSharedPointer<Channel> fuelLevel = lap.channel(QStringLiteral("fuellevel"));
-    const double kgPerLitre = header.value(QStringLiteral("Kg per fuel litre")).toDouble();
-    if (fuelLevel && std::abs(kgPerLitre) > 1e-12) {
-        auto fuelWeight = QSharedPointer<Channel>::create();
-        fuelWeight->setUnit(QStringLiteral("kg"));
-        fuelWeight->reserve(fuelLevel->size());
-        for (qint64 i = 0; i < fuelLevel->size(); ++i)
-            fuelWeight->append(kgPerLitre * fuelLevel->value(i));
-        lap.addChannel(fuelWeight, QStringLiteral("fuelweight"));
-    }
-
+    DerivedChannels::applyYawOffset(lap);
+    DerivedChannels::addFuelWeight(lap);
     // Outside replays the player's car records its own timing; other cars' laps and replays
-    // have it rebuilt from the session clock and the lap fraction.
+    // have it rebuilt from the session clock, with distance and speed outside replays.
     if (carIdx == m_myCarIdx && m_simMode != 1)
         return;
-    const QSharedPointer<Channel> fraction = lap.channel(m_lapDistPctKey.name);
-    const QSharedPointer<Channel> sessionTime = lap.channel(m_sessionTimeKey);
-    if (!fraction || !sessionTime)
-        return;
-    const int n = int(sessionTime->size());
-
-    auto dt = QSharedPointer<Channel>::create();
-    dt->reserve(n);
-    for (int i = 0; i < n; ++i) {
-        if (i < n - 1)
-            dt->append(sessionTime->value(i + 1) - sessionTime->value(i));
-        else
-            dt->append(n >= 2 ? dt->value(n - 2) : 0.0);
-    }
-
-    if (n > 0 && at(*fraction, 0) < 0.01) {
-        auto lapTime = QSharedPointer<Channel>::create();
-        lapTime->reserve(n);
-        double elapsed = 0.0;
-        for (int i = 0; i < n; ++i) {
-            lapTime->append(elapsed);
-            elapsed += dt->value(i);
-        }
-        lap.addChannel(lapTime, m_lapCurrentLapTimeKey.name);
-    }
-
-    const Value trackLength = header.value(QStringLiteral("Track length"));
-    if (m_simMode == 0 && trackLength.isValid()) {
-        const double metresPerLap = trackLength.toDouble() * 1000.0;
-        auto distance = QSharedPointer<Channel>::create();
-        distance->setUnit(QStringLiteral("m"));
-        auto speed = QSharedPointer<Channel>::create();
-        speed->setUnit(QStringLiteral("m/") + sessionTime->unit());
-        distance->reserve(n);
-        speed->reserve(n);
-        for (int i = 0; i < n; ++i)
-            distance->append(at(*fraction, i) * metresPerLap);
-        for (int i = 0; i < n; ++i) {
-            if (i < n - 1)
-                speed->append((distance->value(i + 1) - distance->value(i)) / dt->value(i));
-            else
-                speed->append(n >= 2 ? speed->value(n - 2) : 0.0);
-        }
-
-        // A single sample that jumps against the trend of its neighbours is a glitch of the
-        // differencing, not the car: it is replaced by their mean.
-        for (int i = 1; n >= 3 && i <= n - 2; ++i) {
-            const double rise = speed->value(i) - speed->value(i - 1);
-            const double fall = speed->value(i + 1) - speed->value(i);
-            const bool reverses = rise * fall < 0;
-            const bool large = std::abs(rise) + std::abs(fall) > 5.0 * std::abs(rise + fall);
-            if (reverses && large && (rise > 5.0 || fall > 5.0)) {
-                qDebug() << "peak detected" << i << speed->value(i - 1) << speed->value(i)
-                         << speed->value(i + 1);
-                speed->setValue(i, (speed->value(i - 1) + speed->value(i + 1)) * 0.5);
-                qDebug() << "peak fixed" << speed->value(i);
-            }
-        }
-        lap.addChannel(speed, m_speedKey.name);
-        lap.addChannel(distance, m_lapDistKey.name);
-    }
-    lap.addChannel(dt, QStringLiteral("dt"));
+    DerivedChannels::rebuildTiming(lap, m_simMode == 0);
 }
 
 void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &name)
@@ -820,130 +590,23 @@ void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &nam
         ZUM::SDK::ChannelUtils::normalizeChannelBeginning(channel.data(), fraction.data());
 }
 
-// ---- Session information ---------------------------------------------------------------------
-
 QUuid iRTelemetryReader::sessionId(const QString &digits)
 {
-    // Only up to 32 decimal digits make a UUID; the UUID parser itself would also take hex
-    // letters and ignore what follows the 32nd digit.
-    const bool decimal = std::all_of(digits.cbegin(), digits.cend(),
-                                     [](QChar c) { return c >= u'0' && c <= u'9'; });
-    if (digits.size() > 32 || !decimal)
-        return QUuid();
-    QString text = digits.rightJustified(32, QLatin1Char('0'));
-    for (int position : {8, 13, 18, 23})
-        text.insert(position, QLatin1Char('-'));
-    return QUuid::fromString(text);
+    return SessionHeader::sessionId(digits);
 }
 
 void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
 {
     ZUM::SDK::LapHeader &header = lap->header();
-    DynamicData &values = header.dynamicData;
-    const QString empty = QStringLiteral("");
     header.carInfo.carId = QString::number(carIdx);
-
-    if (const TStringTree *weekend = sub("WeekendInfo")) {
-        header.trackName = weekend->value("TrackDisplayName");
-        const QString session = weekend->value("SessionID") + weekend->value("SubSessionID");
-        m_sessionKey = session.toULongLong();
-        header.sessionId = sessionId(session);
-        header.trackConfigName = weekend->value("TrackConfigName");
-
-        const std::pair<const char *, const char *> texts[] = {
-            {"Track short name", "TrackDisplayShortName"},
-            {"Track city", "TrackCity"},
-            {"Track country", "TrackCountry"},
-            {"Track turns", "TrackNumTurns"},
-            {"Skies", "TrackSkies"},
-            {"Official", "Official"},
-            {"Category", "Category"},
-        };
-        for (const auto &[name, key] : texts)
-            values.setValue(QString::fromLatin1(name), textOf(weekend->value(key)), empty);
-
-        // Numbers that carry the simulator's own unit after a blank, such as "3.70 km".
-        const std::tuple<const char *, const char *, bool> measures[] = {
-            {"Track length", "TrackLength", true},
-            {"Track surface temperature", "TrackSurfaceTemp", true},
-            {"Air temperature", "TrackAirTemp", true},
-            {"Weekend temperature", "WeekendOptions/WeatherTemp", true},
-            {"YawOffset", "TrackNorthOffset", false},
-        };
-        for (const auto &[name, path, keepUnit] : measures) {
-            const QStringList pieces
-                = weekend->pathValue(path).simplified().split(QLatin1Char(' '));
-            const QString unit = keepUnit && pieces.size() >= 2 ? pieces[1] : empty;
-            values.setValue(QString::fromLatin1(name), pieces[0].toDouble(), unit);
-        }
-    }
-
+    if (const TStringTree *weekend = sub("WeekendInfo"))
+        m_sessionKey = SessionHeader::readTrack(*weekend, header);
     const TStringTree *driverInfo = sub("DriverInfo");
-    if (driverInfo && carIdx == m_myCarIdx) {
-        const double maxLitres = driverInfo->value("DriverCarFuelMaxLtr").toDouble();
-        const double maxFraction = driverInfo->value("DriverCarMaxFuelPct").toDouble();
-        const double kgPerLitre = driverInfo->value("DriverCarFuelKgPerLtr").toDouble();
-        values.setValue(QStringLiteral("Maximum fuel level"), maxLitres * maxFraction,
-                        QStringLiteral("l"));
-        values.setValue(QStringLiteral("Maximum fuel percent"), maxFraction, QStringLiteral("pu"));
-        if (std::abs(kgPerLitre) > 1e-12) {
-            values.setValue(QStringLiteral("Kg per fuel litre"), kgPerLitre, empty);
-            values.setValue(QStringLiteral("Maximum fuel weight"),
-                            maxLitres * maxFraction * kgPerLitre, QStringLiteral("kg"));
-        }
-
-        // The set-up's fuel level tells whether the driver thinks in litres or kilograms.
-        const QString fuel = pathValue("CarSetup/Chassis/Rear/FuelLevel");
-        if (!fuel.isEmpty()) {
-            const QStringList pieces
-                = fuel.simplified().split(QLatin1Char(' '), Qt::SkipEmptyParts);
-            if (pieces.size() == 2)
-                values.setValue(QStringLiteral("Preferred fuel unit"),
-                                pieces[1] == QLatin1String("kg") ? QStringLiteral("weight")
-                                                                 : QStringLiteral("volume"),
-                                empty);
-        }
-
-        const TStringTree *aero = pathSub("CarSetup/TiresAero/AeroCalculator");
-        if (!aero)
-            aero = pathSub("CarSetup/TiresAero/AeroBalanceCalc");
-        if (aero) {
-            for (const QString &name : aero->valueKeys()) {
-                const QString text = aero->value(name.toStdString()).trimmed();
-                if (text.isEmpty())
-                    continue;
-                const QStringList pieces = text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-                values.setValue(name, pieces[0], pieces.size() >= 2 ? pieces[1] : empty);
-            }
-        }
-    }
-
+    if (driverInfo && carIdx == m_myCarIdx)
+        SessionHeader::readFuelAndSetup(*this, *driverInfo, header.dynamicData);
     if (driverInfo) {
-        if (const TStringTree *driver = driverInfo->pathSub("Drivers/" + std::to_string(carIdx))) {
-            header.carInfo.driverName = driver->value("UserName");
-            header.carInfo.carName = driver->value("CarScreenName");
-            const std::pair<const char *, const char *> texts[] = {
-                {"Team", "TeamName"},
-                {"Driver abbreviation", "AbbrevName"},
-                {"iRating", "IRating"},
-                {"License", "LicString"},
-                {"Driver initials", "Initials"},
-                {"iRacing UserID", "UserID"},
-                {"iRacing car path", "CarPath"},
-                {"iRacing car class ID", "CarClassID"},
-                {"iRacing car ID", "CarID"},
-                {"Class", "CarClassShortName"},
-                {"Club", "ClubName"},
-                {"Division", "DivisionName"},
-            };
-            for (const auto &[name, key] : texts)
-                values.setValue(QString::fromLatin1(name), textOf(driver->value(key)), empty);
-            // Written as "0xrrggbb"; the colour parser wants "#rrggbb".
-            QString colour = driver->value("LicColor");
-            colour.replace(QLatin1String("0x"), QLatin1String("#"));
-            values.setValue(QStringLiteral("Licence color"),
-                            QVariant::fromValue(QColor::fromString(colour)), empty);
-        }
+        if (const TStringTree *driver = driverInfo->pathSub("Drivers/" + std::to_string(carIdx)))
+            SessionHeader::readDriver(*driver, header);
     }
 
     // The kind of the session the player is in, whatever car the lap belongs to.
@@ -953,12 +616,6 @@ void iRTelemetryReader::getSessionInfo(int carIdx, Lap *lap)
             = m_cars[m_myCarIdx].sample.dynamicData.value(m_sessionNumKey.name).toInt();
         sessionType = pathValue(sessionPath(sessionNum) + "/SessionType");
     }
-    values.setValue(QStringLiteral("Session name"), textOf(sessionType), empty);
-    if (const Session session = sessionOfType(sessionType); session != Session::Unknown)
-        header.session = session;
-
-    header.trackName = diacriticFixes.value(header.trackName, header.trackName);
-    const QString city = values.value(QStringLiteral("Track city")).toString();
-    if (const auto fix = diacriticFixes.constFind(city); fix != diacriticFixes.cend())
-        values.setValue(QStringLiteral("Track city"), fix.value(), empty);
+    SessionHeader::readSessionKind(sessionType, header);
+    SessionHeader::correctNames(header);
 }

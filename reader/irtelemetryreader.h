@@ -1,7 +1,8 @@
 #pragma once
 
-#include "ibtvariable.h"
 #include "irsdk.h"
+#include "lapkeys.h"
+#include "recorddecoder.h"
 #include "recordercar.h"
 #include "recordercarinfo.h"
 #include "tyamltree.h"
@@ -56,7 +57,9 @@ public:
     void processTick(QList<ZUM::SDK::Sample> &samples);
     void processData(QList<ZUM::SDK::Sample> samples) { processRawData(std::move(samples)); }
     void processRecordedData() { processRawData(m_samples); }
-    // Forgets the player's car, the mode and the session.
+    // Forgets the player's car, the session and whether the file is a replay, and takes every
+    // later tick as carrying all car slots; mode() and how the cars decide a lap's completion
+    // stay as constructed.
     void initialize();
     // The player's car's sample of this tick.
     const ZUM::SDK::Sample &sample() const { return m_cars[m_myCarIdx].sample; }
@@ -106,9 +109,6 @@ public:
     const QList<QString> &variableUnits() const;
 
 private:
-    void learnVariables(const irsdk_header *header, const irsdk_varHeader *varHeaders);
-    void decodeMyCar(const char *record, ZUM::SDK::Sample &sample) const;
-    void decodeAllCars(const char *record, QList<ZUM::SDK::Sample> &samples) const;
     // A variable of a car's sample, and where it stands in the player's car's layout (-1: not
     // in it), so that the player's variables are read by position.
     struct Variable
@@ -125,6 +125,8 @@ private:
                   bool fallback) const;
 
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
+    // One car's part of a tick; only cars that the session text names a driver for.
+    void processCar(int carIdx, int playerSession, bool restarted);
     void readOtherCar(int carIdx, int playerSession, bool &inPitStall, bool &onPitRoad,
                       bool &onTrack);
     void readPlayerCar(int carIdx, bool &inPitStall, bool &onPitRoad, bool &onTrack);
@@ -134,30 +136,11 @@ private:
 
     const Mode m_mode;
     bool m_myCarOnly;
-    qint32 m_maxCars = 64;
+    qint32 m_maxCars = IRSDK_MAX_CARS;
     qint32 m_myCarIdx = -1;
     qint32 m_simMode = -1; // 1 replay, 0 live, -1 not known yet
 
-    // Raw extraction, learnt from the first record's descriptors: written by the thread that
-    // decodes, before it hands over its first tick, and only read afterwards.
-    bool m_learnt = false;
-    std::vector<irsdk_varHeader> m_descriptors;
-    mutable QList<QString> m_names;
-    mutable QList<QString> m_units;
-    QList<IbtVariable> m_variables; // the readable ones
-    QList<bool> m_perCar; // per readable variable: an array with one element per car slot
-    QList<QString> m_perCarNames; // its name without the per-car prefix
-    // The player's car alone: each name once, read from the element that a record writes last
-    // under it, in the order the names first appear.
-    struct Slot
-    {
-        irsdk_VarType type;
-        qint32 offset;
-    };
-    QList<Slot> m_slots;
-    QList<QString> m_slotNames;
-    QList<QString> m_slotUnits;
-    ZUM::SDK::DynamicData::Layout m_slotLayout = 0;
+    RecordDecoder m_decoder;
     QList<ZUM::SDK::Sample> m_samples;
 
     QList<RecorderCar> m_cars;
@@ -168,13 +151,11 @@ private:
 
     // Keys under which tick processing reads the simulator's variables back. Those it reads from
     // a car's sample also know where they stand in the player's car's layout.
-    const QString m_sessionTimeKey = QStringLiteral("sessiontime");
-    const QString m_sessionTimeRemainKey = QStringLiteral("sessiontimeremain");
-    Variable m_sessionTickKey {QStringLiteral("sessiontick")};
-    Variable m_lapDistKey {QStringLiteral("lapdist")};
-    Variable m_lapDistPctKey {QStringLiteral("lapdistpct")};
+    Variable m_sessionTickKey {LapKeys::sessionTick};
+    Variable m_lapDistKey {LapKeys::lapDist};
+    Variable m_lapDistPctKey {LapKeys::lapDistPct};
     Variable m_sessionStateKey {QStringLiteral("sessionstate")};
-    Variable m_speedKey {QStringLiteral("speed")};
+    Variable m_speedKey {LapKeys::speed};
     Variable m_sessionNumKey {QStringLiteral("sessionnum")};
     Variable m_isOnTrackKey {QStringLiteral("isontrack")};
     Variable m_onPitRoadKey {QStringLiteral("onpitroad")};
@@ -183,8 +164,7 @@ private:
     Variable m_lastLapTimeKey {QStringLiteral("lastlaptime")};
     Variable m_lapLastLapTimeKey {QStringLiteral("laplastlaptime")};
     const QString m_maxLapDistPctKey = QStringLiteral("maxLapDistPct");
-    const QString m_carIdxKey = QStringLiteral("caridx");
     Variable m_lapCompletedKey {QStringLiteral("lapcompleted")};
-    Variable m_lapCurrentLapTimeKey {QStringLiteral("lapcurrentlaptime")};
+    Variable m_lapCurrentLapTimeKey {LapKeys::lapCurrentLapTime};
     Variable m_replayPlaySpeedKey {QStringLiteral("replayplayspeed")};
 };

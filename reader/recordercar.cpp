@@ -126,6 +126,8 @@ void RecorderCar::updateCarStatus(bool inPitStall, bool onPitRoad, bool onTrack)
 
 void RecorderCar::startLap()
 {
+    // Emptied deliberately: the tick that starts an out lap adds no sample to it, so laps
+    // begin as hosts have always received them.
     sample.dynamicData.clear();
     lap = nextLap;
     nextLap = QSharedPointer<ZUM::SDK::Lap>::create();

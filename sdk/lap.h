@@ -39,9 +39,10 @@ public:
     LapHeader &header() { return m_header; }
     const LapHeader &header() const { return m_header; }
 
-    // Appends one entry to every recorded channel from the sample's named values, keeping
-    // the channels level: a name the sample lacks gets InvalidValue, and a channel that
-    // first shows up now is padded with InvalidValue for the samples before it.
+    // Appends one entry to every recorded channel from the sample's named values: a name the
+    // sample lacks gets InvalidValue, and a channel that first shows up now is padded with
+    // InvalidValue for the samples before it. A name the sample holds with an invalid value
+    // gets no entry, deliberately: that channel stays one entry short.
     void addSample(const Sample &sample);
 
     void addChannel(QSharedPointer<Channel> channel, const QString &name);

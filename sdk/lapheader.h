@@ -13,6 +13,11 @@
 
 namespace ZUM::SDK {
 
+// The lap time of a lap without one (not completed, or its time not to be trusted): 3599 s,
+// which the host shows as 59:59.000.
+inline constexpr int UntimedLapSeconds = 3599;
+inline constexpr QTime UntimedLapTime = QTime::fromMSecsSinceStartOfDay(UntimedLapSeconds * 1000);
+
 // What the host shows about a lap: fixed fields plus free-form named values.
 class ZUMSDK_EXPORT LapHeader
 {
@@ -21,7 +26,7 @@ public:
     CarInfo carInfo; // the car and driver that drove the lap
     QDateTime dateTime; // when the lap was driven
     QString comment; // the host's own note on the lap; the import leaves it null
-    QTime lapTime; // 00:00:00.000 plus the lap time
+    QTime lapTime; // 00:00:00.000 plus the lap time; UntimedLapTime when there is none
     QString trackName;
     QString trackConfigName;
     QUuid lapId;

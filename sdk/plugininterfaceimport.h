@@ -33,10 +33,14 @@ public:
                                               const QMap<QString, QVariant> &options)
         = 0;
 
+    // The levels of the log lines that message() sends.
+    static constexpr int Information = 0;
+    static constexpr int Error = -2;
+
     DataEmitter *dataEmitter() { return &m_dataEmitter; }
 
-    // Sends one log line to the host: "[" + pluginName() + " plugin] " + text. Levels: 0 for
-    // information, -2 for errors.
+    // Sends one log line to the host: "[" + pluginName() + " plugin] " + text, at the level
+    // Information or Error.
     void message(const QString &text, int level);
 
 private:

@@ -10,6 +10,10 @@
 
 #include <limits>
 #include <new>
+#include <optional>
+#include <utility>
+
+Q_DECLARE_METATYPE(IbtWriter::Overrides)
 
 // Whatever a damaged file says, the import ends: with laps, or with its message, or (for a
 // length no buffer can have) with an allocation failure for the host to report. Never a
@@ -106,8 +110,7 @@ QString tst_DamagedFiles::importAndDescribe(const QString &path)
 
 void tst_DamagedFiles::headerFields_data()
 {
-    QTest::addColumn<QString>("field");
-    QTest::addColumn<qint64>("value");
+    QTest::addColumn<IbtWriter::Overrides>("overrides");
 
     const qint64 values[] = {-1,
                              0,
@@ -121,34 +124,28 @@ void tst_DamagedFiles::headerFields_data()
                              m_wholeSize + 1,
                              std::numeric_limits<qint32>::max(),
                              std::numeric_limits<qint32>::min()};
-    for (const char *field : {"sessionInfoLen", "sessionInfoOffset", "numVars", "varHeaderOffset",
-                              "bufLen", "bufOffset"}) {
-        for (qint64 value : values)
-            QTest::newRow(
-                qPrintable(QStringLiteral("%1 = %2").arg(QLatin1String(field)).arg(value)))
-                << QString::fromLatin1(field) << value;
+    using Field = std::optional<int32_t> IbtWriter::Overrides::*;
+    const std::pair<const char *, Field> fields[] = {
+        {"sessionInfoLen", &IbtWriter::Overrides::sessionInfoLen},
+        {"sessionInfoOffset", &IbtWriter::Overrides::sessionInfoOffset},
+        {"numVars", &IbtWriter::Overrides::numVars},
+        {"varHeaderOffset", &IbtWriter::Overrides::varHeaderOffset},
+        {"bufLen", &IbtWriter::Overrides::bufLen},
+        {"bufOffset", &IbtWriter::Overrides::bufOffset},
+    };
+    for (const auto &[name, field] : fields) {
+        for (qint64 value : values) {
+            IbtWriter::Overrides overrides;
+            overrides.*field = qint32(value);
+            QTest::newRow(qPrintable(QStringLiteral("%1 = %2").arg(QLatin1String(name)).arg(value)))
+                << overrides;
+        }
     }
 }
 
 void tst_DamagedFiles::headerFields()
 {
-    QFETCH(QString, field);
-    QFETCH(qint64, value);
-
-    IbtWriter::Overrides overrides;
-    const qint32 forced = qint32(value);
-    if (field == QLatin1String("sessionInfoLen"))
-        overrides.sessionInfoLen = forced;
-    else if (field == QLatin1String("sessionInfoOffset"))
-        overrides.sessionInfoOffset = forced;
-    else if (field == QLatin1String("numVars"))
-        overrides.numVars = forced;
-    else if (field == QLatin1String("varHeaderOffset"))
-        overrides.varHeaderOffset = forced;
-    else if (field == QLatin1String("bufLen"))
-        overrides.bufLen = forced;
-    else
-        overrides.bufOffset = forced;
+    QFETCH(IbtWriter::Overrides, overrides);
     const QString path = write(QStringLiteral("damaged.ibt"), overrides, -1);
     QVERIFY(!path.isEmpty());
 
@@ -208,7 +205,7 @@ QList<QSharedPointer<ZUM::SDK::Lap>> tst_DamagedFiles::importWithMessages(const 
     QSignalSpy spy(m_plugin->dataEmitter(), &ZUM::SDK::DataEmitter::sendMessage);
     const auto laps = m_plugin->import(path, m_plugin->availableImportFormats().first(), {});
     for (const QList<QVariant> &message : std::as_const(spy)) {
-        if (message.at(1).toInt() == -2) {
+        if (message.at(1).toInt() == ZUM::SDK::PluginInterfaceImport::Error) {
             const QString text = message.at(0).toString();
             errors->append(text.mid(text.indexOf(QLatin1String("] ")) + 2));
         }

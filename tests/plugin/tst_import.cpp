@@ -2,6 +2,7 @@
 #include "ibtwriter.h"
 #include "irtelemetryreader.h"
 #include "plugininterfaceimport.h"
+#include "readerreplay.h"
 #include "recordedlaps.h"
 #include "samplefiles.h"
 #include "sessiongenerator.h"
@@ -15,8 +16,12 @@
 #include <QTest>
 
 #include <new>
+#include <optional>
+
+Q_DECLARE_METATYPE(IbtWriter::Overrides)
 
 using ZUM::SDK::Lap;
+using ZUM::SDK::PluginInterfaceImport;
 using Laps = QList<QSharedPointer<Lap>>;
 
 namespace {
@@ -185,9 +190,9 @@ void tst_Import::failures()
     QCOMPARE(imported.texts(),
              QStringList({QStringLiteral("Importing file ") + file + QStringLiteral(" ..."),
                           QStringLiteral("Using format ") + format, error}));
-    QCOMPARE(imported.messages[0].level, 0);
-    QCOMPARE(imported.messages[1].level, 0);
-    QCOMPARE(imported.messages[2].level, -2);
+    QCOMPARE(imported.messages[0].level, PluginInterfaceImport::Information);
+    QCOMPARE(imported.messages[1].level, PluginInterfaceImport::Information);
+    QCOMPARE(imported.messages[2].level, PluginInterfaceImport::Error);
 }
 
 void tst_Import::formatDifferingInCaseIsUnknown()
@@ -201,7 +206,7 @@ void tst_Import::formatDifferingInCaseIsUnknown()
         imported.texts(),
         QStringList({QStringLiteral("Importing file ") + path + QStringLiteral(" ..."),
                      QStringLiteral("Using format ") + wrong, QStringLiteral("Unknown format")}));
-    QCOMPARE(imported.messages[2].level, -2);
+    QCOMPARE(imported.messages[2].level, PluginInterfaceImport::Error);
 }
 
 void tst_Import::headerButNoWholeRecord()
@@ -219,7 +224,7 @@ void tst_Import::headerButNoWholeRecord()
     QVERIFY(imported.laps.isEmpty());
     QCOMPARE(imported.texts().last(), QStringLiteral("Done in N ms; Laps readed 0"));
     QCOMPARE(imported.messages.size(), 3);
-    QCOMPARE(imported.messages.last().level, 0);
+    QCOMPARE(imported.messages.last().level, PluginInterfaceImport::Information);
 }
 
 void tst_Import::shortLastRecordIsDropped()
@@ -259,27 +264,25 @@ void tst_Import::zeroLengthsEndCleanly()
 
 void tst_Import::negativeLengthLeavesAsAnAllocationFailure_data()
 {
-    QTest::addColumn<QString>("field");
-    QTest::newRow("negative session text length") << "sessionInfoLen";
-    QTest::newRow("session text length of -1") << "sessionInfoLen=-1";
-    QTest::newRow("negative descriptor count") << "numVars";
-    QTest::newRow("negative record length") << "bufLen";
+    QTest::addColumn<IbtWriter::Overrides>("negative");
+    using Field = std::optional<int32_t> IbtWriter::Overrides::*;
+    const auto row = [](const char *name, Field field, int32_t value) {
+        IbtWriter::Overrides negative;
+        negative.*field = value;
+        QTest::newRow(name) << negative;
+    };
+    row("negative session text length", &IbtWriter::Overrides::sessionInfoLen, -5);
+    row("session text length of -1", &IbtWriter::Overrides::sessionInfoLen, -1);
+    row("negative descriptor count", &IbtWriter::Overrides::numVars, -5);
+    row("negative record length", &IbtWriter::Overrides::bufLen, -5);
 }
 
 void tst_Import::negativeLengthLeavesAsAnAllocationFailure()
 {
-    QFETCH(QString, field);
-    IbtWriter::Overrides negative;
-    if (field == QLatin1String("sessionInfoLen"))
-        negative.sessionInfoLen = -5;
-    else if (field == QLatin1String("sessionInfoLen=-1"))
-        negative.sessionInfoLen = -1;
-    else if (field == QLatin1String("numVars"))
-        negative.numVars = -5;
-    else
-        negative.bufLen = -5;
-    const QString path = m_dir.filePath(QString(field).replace(QLatin1Char('='), QLatin1Char('_'))
-                                        + QStringLiteral(".ibt"));
+    QFETCH(IbtWriter::Overrides, negative);
+    const QString path = m_dir.filePath(
+        QString::fromLatin1(QTest::currentDataTag()).replace(QLatin1Char(' '), QLatin1Char('-'))
+        + QStringLiteral(".ibt"));
     QVERIFY(writeSmallFile(path, negative, 3));
     QVERIFY_THROWS_EXCEPTION(std::bad_alloc, plugin()->import(path, format, {}));
 }
@@ -297,7 +300,7 @@ void tst_Import::practiceSession()
                           QStringLiteral("Using format ") + format,
                           QStringLiteral("Done in N ms; Laps readed 5")}));
     for (const Message &message : imported.messages)
-        QCOMPARE(message.level, 0);
+        QCOMPARE(message.level, PluginInterfaceImport::Information);
 
     // Out lap, three flying laps, and the in lap that the end of the file closes.
     const QList<double> &times = generator.summary().timedLapTimes;
@@ -395,17 +398,13 @@ void tst_Import::lapHandedOverByTheLastRecordIsListedOnce()
 
     // The record whose tick hands the first flying lap over.
     const IbtImage file = IbtImage::load(whole);
-    const QByteArray text = file.terminatedSessionText();
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
-    reader.setYaml(text.constData());
-    reader.updateCarList();
+    ReaderReplay ticks(reader, file);
     qsizetype handOver = -1;
     QSharedPointer<Lap> flying;
-    for (qsizetype r = 0; r < file.recordCount() && handOver < 0; ++r) {
-        reader.prepareTick();
-        reader.processData(reader.getRawData(&file.header(), file.varHeaders(), file.record(r)));
+    while (handOver < 0 && ticks.next()) {
         if (reader.isMyLapReady() && reader.myLap()->header().flyingLap == 1) {
-            handOver = r;
+            handOver = ticks.record();
             flying = reader.myLap();
         }
     }
@@ -446,8 +445,6 @@ void tst_Import::recordedFiles()
     ZUM_REQUIRE_SAMPLE_FILES();
     QFETCH(QString, file);
     QFETCH(QStringList, lapTimes);
-    if (file.isEmpty())
-        return;
 
     const QString path = SampleFiles::path(file);
     const Imported imported = importFile(path);

@@ -1,10 +1,14 @@
 #include "ibtimage.h"
 #include "irtelemetryreader.h"
+#include "readerreplay.h"
 #include "sessiongenerator.h"
 
 #include <QBuffer>
 #include <QColor>
 #include <QTest>
+
+#include <cmath>
+#include <numbers>
 
 using ZUM::SDK::Lap;
 using ZUM::SDK::Session;
@@ -13,7 +17,7 @@ using Laps = QList<QSharedPointer<Lap>>;
 
 namespace {
 
-constexpr double untrusted = 3599.0;
+constexpr double untrusted = ZUM::SDK::UntimedLapSeconds;
 
 // The lap time a header holds for a time the simulator reported.
 QTime lapTimeOf(double seconds)
@@ -27,28 +31,17 @@ struct Replayed
     SessionGenerator::Summary summary;
 };
 
-// Writes the session and runs the reader over every record as the import does; afterTick
-// sees the reader after each tick. Gives what the generator says it wrote.
-template<typename AfterTick>
-SessionGenerator::Summary runReader(const SessionGenerator::Options &options,
-                                    iRTelemetryReader &reader, AfterTick afterTick)
+// The session as the generator writes it, and what the generator says it wrote.
+IbtImage writtenSession(const SessionGenerator::Options &options,
+                        SessionGenerator::Summary *summary)
 {
     SessionGenerator generator(options);
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     generator.write(&buffer);
-    const IbtImage file(bytes);
-
-    const QByteArray text = file.terminatedSessionText();
-    reader.setYaml(text.constData());
-    reader.updateCarList();
-    for (qsizetype i = 0; i < file.recordCount(); ++i) {
-        reader.prepareTick();
-        reader.processData(reader.getRawData(&file.header(), file.varHeaders(), file.record(i)));
-        afterTick();
-    }
-    return generator.summary();
+    *summary = generator.summary();
+    return IbtImage(bytes);
 }
 
 // The player's finished laps in the order they were handed over, and the lap under way at
@@ -56,17 +49,10 @@ SessionGenerator::Summary runReader(const SessionGenerator::Options &options,
 Replayed replay(const SessionGenerator::Options &options,
                 iRTelemetryReader::Mode mode = iRTelemetryReader::MyCarOnly)
 {
-    iRTelemetryReader reader(mode);
     Replayed result;
-    result.summary = runReader(options, reader, [&] {
-        if (reader.isMyLapReady() && !reader.myLap()->isEmpty())
-            result.laps.append(reader.myLap());
-    });
-    if (!reader.isMyLapReady()) {
-        reader.processMyLap(false);
-        if (reader.myLap() && !reader.myLap()->isEmpty())
-            result.laps.append(reader.myLap());
-    }
+    const IbtImage file = writtenSession(options, &result.summary);
+    iRTelemetryReader reader(mode);
+    result.laps = ReaderReplay(reader, file).playerLaps();
     return result;
 }
 
@@ -212,7 +198,14 @@ void tst_Scenarios::practiceHeader()
     // SessionID 57248149 and SubSessionID 13844274, joined.
     QCOMPARE(header.sessionId.toString(), QStringLiteral("{00000000-0000-0000-5724-814913844274}"));
     QVERIFY(!values.containsValue(QStringLiteral("maxLapDistPct")));
-    QVERIFY(!values.containsValue(QStringLiteral("yawOffset")));
+
+    // The north offset stays beside the heading, never added to it: the lap's heading is the
+    // one the generator wrote, within [-pi, pi], which 4.1245 rad more would leave.
+    const QSharedPointer<ZUM::SDK::Channel> yaw = run.laps[1]->channel(QStringLiteral("yaw"));
+    QVERIFY(yaw && !yaw->isEmpty());
+    for (qint64 i = 0; i < yaw->size(); ++i)
+        QVERIFY2(std::abs(yaw->value(i)) <= std::numbers::pi + 1e-6,
+                 qPrintable(QString::number(i)));
 }
 
 void tst_Scenarios::practiceChannels()
@@ -375,12 +368,14 @@ void tst_Scenarios::noPlayerInTheSessionText()
 
     // Tracking every car does not help: without the player's session number the other cars
     // are not followed either.
+    SessionGenerator::Summary summary;
+    const IbtImage file = writtenSession(options, &summary);
     iRTelemetryReader reader(iRTelemetryReader::AllCars);
     int ready = 0;
-    runReader(options, reader, [&] {
+    for (ReaderReplay ticks(reader, file); ticks.next();) {
         for (int car = 0; car < reader.cars().size(); ++car)
             ready += reader.isLapReady(car) && !reader.lap(car)->isEmpty();
-    });
+    }
     QCOMPARE(reader.myCarIdx(), -1);
     QVERIFY(reader.myLap().isNull());
     QCOMPARE(ready, 0);

@@ -40,6 +40,7 @@ private Q_SLOTS:
     void messageIsPrefixedWithThePluginName_data();
     void messageIsPrefixedWithThePluginName();
     void interfaceOwnsItsEmitter();
+    void messageLevelsAreTheHosts();
 };
 
 void tst_DataEmitter::signalsInContractOrder_data()
@@ -202,6 +203,12 @@ void tst_DataEmitter::interfaceOwnsItsEmitter()
     QCOMPARE(emitter->parent(), nullptr);
     QCOMPARE(QByteArray(qobject_interface_iid<PluginInterfaceImport *>()),
              QByteArray("com.zumtelemetry.PluginInterfaceImport/0.2"));
+}
+
+void tst_DataEmitter::messageLevelsAreTheHosts()
+{
+    QCOMPARE(PluginInterfaceImport::Information, 0);
+    QCOMPARE(PluginInterfaceImport::Error, -2);
 }
 
 QTEST_GUILESS_MAIN(tst_DataEmitter)

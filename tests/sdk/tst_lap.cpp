@@ -35,6 +35,7 @@ class tst_Lap : public QObject
 
 private Q_SLOTS:
     void headerDefaults();
+    void untimedLapShowsAs5959();
     void firstSampleCreatesSortedChannels();
     void absentNameIsPaddedWithInvalidValue();
     void lateChannelIsPaddedToTheOthers();
@@ -75,6 +76,12 @@ void tst_Lap::headerDefaults()
     QCOMPARE(header.session, Session::Unknown);
     QCOMPARE(header.flyingLap, -1);
     QCOMPARE(header.completed, false);
+}
+
+void tst_Lap::untimedLapShowsAs5959()
+{
+    QCOMPARE(UntimedLapTime, QTime(0, 59, 59, 0));
+    QCOMPARE(QTime(0, 0).secsTo(UntimedLapTime), UntimedLapSeconds);
 }
 
 void tst_Lap::firstSampleCreatesSortedChannels()

@@ -1,3 +1,4 @@
+#include "comparecarinfo.h"
 #include "sample.h"
 
 #include <QBuffer>
@@ -25,19 +26,6 @@ Sample carSample()
     sample.dynamicData.setValue(QStringLiteral("speed"), 42.5, QStringLiteral("m/s"));
     sample.dynamicData.setValue(QStringLiteral("gear"), 3, QString());
     return sample;
-}
-
-void compareCarInfo(const CarInfo &actual, const CarInfo &expected)
-{
-    QCOMPARE(actual.carId, expected.carId);
-    QCOMPARE(actual.sourceName, expected.sourceName);
-    QCOMPARE(actual.pluginName, expected.pluginName);
-    QCOMPARE(actual.carName, expected.carName);
-    QCOMPARE(actual.className, expected.className);
-    QCOMPARE(actual.driverName, expected.driverName);
-    QCOMPARE(actual.teamName, expected.teamName);
-    QCOMPARE(actual.status, expected.status);
-    QCOMPARE(actual.detailedTelemetry, expected.detailedTelemetry);
 }
 
 } // namespace

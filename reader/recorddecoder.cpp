@@ -1,0 +1,159 @@
+#include "recorddecoder.h"
+
+#include <QHash>
+
+#include <cstring>
+
+using ZUM::SDK::DynamicData;
+using ZUM::SDK::Sample;
+using ZUM::SDK::Value;
+
+void RecordDecoder::learn(const irsdk_header *header, const irsdk_varHeader *varHeaders)
+{
+    m_learnt = true;
+    const int count = qMax(header->numVars, 0);
+    m_descriptors.assign(varHeaders, varHeaders + count);
+    m_variables = IbtVariable::plan(varHeaders, count, header->bufLen);
+    for (const IbtVariable &variable : std::as_const(m_variables)) {
+        m_perCar.append(variable.name.startsWith(m_carIdxKey));
+        m_perCarNames.append(variable.name.mid(m_carIdxKey.size()));
+    }
+
+    // Every element of a variable goes under its one name, and a later variable of the same
+    // name overwrites an earlier one: the last writer's value and unit are what a record
+    // leaves.
+    QHash<QString, qsizetype> position;
+    for (const IbtVariable &variable : std::as_const(m_variables)) {
+        const Slot slot {variable.type,
+                         variable.offset + (variable.count - 1) * variable.elementSize()};
+        const auto known = position.constFind(variable.name);
+        if (known == position.cend()) {
+            position.insert(variable.name, m_slots.size());
+            m_slots.append(slot);
+            m_slotNames.append(variable.name);
+            m_slotUnits.append(variable.unit);
+        } else {
+            m_slots[*known] = slot;
+            m_slotUnits[*known] = variable.unit;
+        }
+    }
+    m_slotLayout = DynamicData::newLayout();
+}
+
+// Names and units of every descriptor, readable or not, converted when first asked for: the
+// decoding needs only those of the readable ones.
+const QList<QString> &RecordDecoder::variableNames() const
+{
+    if (m_names.size() != qsizetype(m_descriptors.size())) {
+        m_names.clear();
+        for (const irsdk_varHeader &descriptor : m_descriptors)
+            m_names.append(IbtVariable::nameOf(descriptor));
+    }
+    return m_names;
+}
+
+const QList<QString> &RecordDecoder::variableUnits() const
+{
+    if (m_units.size() != qsizetype(m_descriptors.size())) {
+        m_units.clear();
+        for (const irsdk_varHeader &descriptor : m_descriptors)
+            m_units.append(IbtVariable::unitOf(descriptor));
+    }
+    return m_units;
+}
+
+void RecordDecoder::recycle(QList<Sample> &samples) const
+{
+    for (Sample &sample : samples) {
+        static_cast<ZUM::SDK::CarInfo &>(sample) = ZUM::SDK::CarInfo();
+        if (sample.dynamicData.layout() == 0 || sample.dynamicData.layout() != m_slotLayout)
+            sample.dynamicData.clear();
+    }
+}
+
+void RecordDecoder::decodeMyCar(const char *record, Sample &sample) const
+{
+    DynamicData &values = sample.dynamicData;
+    if (values.layout() != m_slotLayout) {
+        // Values already there stay beside the record's: only an empty sample takes the layout.
+        if (!values.isEmpty()) {
+            for (const IbtVariable &variable : m_variables) {
+                for (int i = 0; i < variable.count; ++i)
+                    values.setValue(variable.name,
+                                    Value(variable.variant(record, i), variable.unit));
+            }
+            return;
+        }
+        values.setLayout(m_slotLayout, m_slotNames, m_slotUnits);
+    }
+    for (qsizetype i = 0; i < m_slots.size(); ++i) {
+        const char *at = record + m_slots[i].offset;
+        switch (m_slots[i].type) {
+        case irsdk_char:
+            values.setLayoutValue(i, int(int8_t(*at)));
+            break;
+        case irsdk_bool:
+            values.setLayoutValue(i, *at != 0);
+            break;
+        case irsdk_int:
+        case irsdk_bitField: {
+            int32_t value;
+            std::memcpy(&value, at, sizeof value);
+            values.setLayoutValue(i, int(value));
+            break;
+        }
+        case irsdk_float: {
+            float value;
+            std::memcpy(&value, at, sizeof value);
+            values.setLayoutValue(i, value);
+            break;
+        }
+        case irsdk_double: {
+            double value;
+            std::memcpy(&value, at, sizeof value);
+            values.setLayoutValue(i, value);
+            break;
+        }
+        }
+    }
+}
+
+void RecordDecoder::decodeAllCars(const char *record, QList<Sample> &samples, int myCarIdx,
+                                  bool playerFromScalars) const
+{
+    const int mine = myCarIdx;
+    for (qsizetype v = 0; v < m_variables.size(); ++v) {
+        const IbtVariable &variable = m_variables[v];
+        for (int i = 0; i < variable.count; ++i) {
+            if (m_perCar[v]) {
+                // Element i belongs to car i.
+                if ((i == mine && playerFromScalars) || i >= samples.size())
+                    continue;
+                samples[i].dynamicData.setValue(m_perCarNames[v],
+                                                Value(variable.variant(record, i), variable.unit));
+                continue;
+            }
+            // An array that is not per car keeps its last element under the one name.
+            if (mine >= 0 && mine < samples.size())
+                samples[mine].dynamicData.setValue(
+                    variable.name, Value(variable.variant(record, i), variable.unit));
+        }
+    }
+
+    if (mine < 0 || mine >= samples.size())
+        return;
+
+    // Other cars carry no clock of their own: they take the player's.
+    const DynamicData &player = samples[mine].dynamicData;
+    const Value sessionTime = player.value(m_sessionTimeKey);
+    const Value sessionTimeRemain = player.value(m_sessionTimeRemainKey);
+    const QVariant sessionTick(player.value(m_sessionTickKey).toULongLong());
+    for (int c = 0; c < samples.size(); ++c) {
+        if (c == mine)
+            continue;
+        DynamicData &values = samples[c].dynamicData;
+        values.setValue(m_sessionTimeKey, sessionTime);
+        values.setValue(m_sessionTimeRemainKey, sessionTimeRemain);
+        values.setValue(m_sessionTickKey, sessionTick, QStringLiteral(""));
+    }
+}
