@@ -135,14 +135,22 @@ inline Laps importDirectly(const QString &path)
     return import->import(path, import->availableImportFormats().first(), {});
 }
 
-// The disk sub-header, read from the file itself.
-inline irsdk_diskSubHeader diskSubHeader(const QString &path)
+// When the recording started, from the disk sub-header of the file itself: seconds since
+// the epoch, and the session time of the first record.
+struct RecordingStart
+{
+    qint64 date = 0;
+    double sessionTime = 0.0;
+};
+
+inline RecordingStart recordingStart(const QString &path)
 {
     irsdk_diskSubHeader sub {};
     QFile file(path);
     if (file.open(QIODevice::ReadOnly) && file.seek(irsdk_diskSubHeaderOffset))
         file.read(reinterpret_cast<char *>(&sub), sizeof sub);
-    return sub;
+    // Copied out field by field: the sub-header is packed.
+    return {sub.sessionStartDate, sub.sessionStartTime};
 }
 
 // A lap time in seconds as the tool writes it, m:ss.zzz.

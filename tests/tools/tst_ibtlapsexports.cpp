@@ -69,12 +69,12 @@ void tst_IbtLapsExports::jsonHoldsWhatTheHostReceives()
     const QJsonObject import = document.object();
     QCOMPARE(import[QStringLiteral("file")].toString(), m_practice);
     // The recording's start beside the laps' own date-times, which stay as the host gets them.
-    const irsdk_diskSubHeader sub = diskSubHeader(m_practice);
+    const RecordingStart sub = recordingStart(m_practice);
     QCOMPARE(QDateTime::fromString(import[QStringLiteral("recordingStart")].toString(),
                                    Qt::ISODateWithMs),
-             QDateTime::fromSecsSinceEpoch(sub.sessionStartDate, Qt::UTC));
+             QDateTime::fromSecsSinceEpoch(sub.date, Qt::UTC));
     QVERIFY(import[QStringLiteral("recordingStart")].toString().endsWith(QStringLiteral("+00:00")));
-    QCOMPARE(import[QStringLiteral("recordingStartSessionTime")].toDouble(), sub.sessionStartTime);
+    QCOMPARE(import[QStringLiteral("recordingStartSessionTime")].toDouble(), sub.sessionTime);
 
     const QJsonArray messages = import[QStringLiteral("messages")].toArray();
     QCOMPARE(messages.size(), 3);

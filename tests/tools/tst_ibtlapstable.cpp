@@ -20,10 +20,10 @@ namespace {
 // The recording's start as the summary shows it, from the file's own sub-header.
 QString recordedText(const QString &path)
 {
-    const irsdk_diskSubHeader sub = diskSubHeader(path);
-    return QDateTime::fromSecsSinceEpoch(sub.sessionStartDate, Qt::UTC)
+    const RecordingStart sub = recordingStart(path);
+    return QDateTime::fromSecsSinceEpoch(sub.date, Qt::UTC)
                .toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"))
-        + QStringLiteral(" UTC, from session time ") + clockText(sub.sessionStartTime);
+        + QStringLiteral(" UTC, from session time ") + clockText(sub.sessionTime);
 }
 
 QStringList firstCells(const QList<QStringList> &rows)
@@ -344,9 +344,9 @@ void tst_IbtLapsTable::severalFiles()
     QCOMPARE(files,
              (QStringList {QStringLiteral("second.ibt"), QStringLiteral("short.ibt"),
                            QStringLiteral("no-player.ibt")}));
-    const irsdk_diskSubHeader secondStart = diskSubHeader(m_shortSecond);
+    const RecordingStart secondStart = recordingStart(m_shortSecond);
     QCOMPARE(rows[0][0],
-             QDateTime::fromSecsSinceEpoch(secondStart.sessionStartDate, Qt::UTC)
+             QDateTime::fromSecsSinceEpoch(secondStart.date, Qt::UTC)
                  .toString(QStringLiteral("yyyy-MM-dd hh:mm")));
 
     // The best lap of them all; of equal times the one driven first.
@@ -394,9 +394,9 @@ void tst_IbtLapsTable::recordedFiles()
 
     // The recording's start and the laps' starts as the file holds them, whatever the
     // file's modification time.
-    const irsdk_diskSubHeader sub = diskSubHeader(file);
+    const RecordingStart sub = recordingStart(file);
     QCOMPARE(summaryValue(result.out, QStringLiteral("Recorded")), recordedText(file));
-    QVERIFY(sub.sessionStartDate > 0);
+    QVERIFY(sub.date > 0);
     const QList<QStringList> rows = tableRows(result.out);
     QCOMPARE(rows.size(), laps.size());
     for (qsizetype i = 0; i < laps.size(); ++i)
