@@ -55,18 +55,25 @@ for target in "${targets[@]}"; do
     [ -d "fuzz/regressions/$target" ] && inputs+=("fuzz/regressions/$target")
 
     echo "fuzzing $target for $seconds s (log: $log)"
+    result=0
     # shellcheck disable=SC2086 # the options are words
-    if build-fuzz/bin/fuzz_"$target" ${options[$target]} -max_total_time="$seconds" \
+    build-fuzz/bin/fuzz_"$target" ${options[$target]} -max_total_time="$seconds" \
         -timeout=30 -print_final_stats=1 -artifact_prefix="$findings/" \
-        "${inputs[@]}" >"$log" 2>&1; then
-        outcome="no finding"
-    else
-        outcome="FINDING: $(grep -E 'ERROR:|Test unit written to' "$log" | tr '\n' ' ')"
+        "${inputs[@]}" >"$log" 2>&1 || result=$?
+    case $result in
+    0) outcome="no finding" ;;
+    72)
+        outcome="interrupted before its time, no finding so far"
         status=1
-    fi
+        ;;
+    *)
+        outcome="FINDING: $(grep -E 'ERROR:|Test unit written to' "$log" | tr '\n' ' ' || true)"
+        status=1
+        ;;
+    esac
     executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
-    coverage=$(grep -E '^#[0-9]+' "$log" | tail -n 1 | grep -oE 'cov: [0-9]+ ft: [0-9]+ corp: [0-9]+')
+    coverage=$(grep -E '^#[0-9]+' "$log" | tail -n 1 | grep -oE 'cov: [0-9]+ ft: [0-9]+ corp: [0-9]+' || true)
     echo "$target: ${executions:-?} executions, ${rate:-?} exec/s, ${coverage:-no coverage line}; $outcome"
 done
 exit $status

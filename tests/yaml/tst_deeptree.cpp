@@ -55,6 +55,16 @@ Found walkDown(TStringTree &root, const std::string &name, std::string_view valu
     return found;
 }
 
+// The walk found every level, one below the other, and the value at the bottom.
+void verifyDeepest(const Found &found, const QString &value)
+{
+    QCOMPARE(found.levels, depth);
+    QVERIFY(found.deepestHasNoSubTree);
+    QVERIFY(found.pathReachesDeepest);
+    QVERIFY(found.parentsLeadToRoot);
+    QCOMPARE(found.deepestValue, value);
+}
+
 } // namespace
 
 // A damaged session text may nest as deep as it has lines. Building, reading and destroying
@@ -97,11 +107,7 @@ void tst_DeepTree::listItemsNestedByTheText()
         found = walkDown(tree, itemName.toStdString(), "Key");
     };
     SmallStackThread().run(work);
-    QCOMPARE(found.levels, depth);
-    QVERIFY(found.deepestHasNoSubTree);
-    QVERIFY(found.pathReachesDeepest);
-    QVERIFY(found.parentsLeadToRoot);
-    QCOMPARE(found.deepestValue, QStringLiteral("deep"));
+    verifyDeepest(found, QStringLiteral("deep"));
 }
 
 void tst_DeepTree::pathOfEveryLevel()
@@ -113,11 +119,7 @@ void tst_DeepTree::pathOfEveryLevel()
         found = walkDown(tree, "level", "value");
     };
     SmallStackThread().run(work);
-    QCOMPARE(found.levels, depth);
-    QVERIFY(found.deepestHasNoSubTree);
-    QVERIFY(found.pathReachesDeepest);
-    QVERIFY(found.parentsLeadToRoot);
-    QCOMPARE(found.deepestValue, QStringLiteral("at the bottom"));
+    verifyDeepest(found, QStringLiteral("at the bottom"));
 }
 
 void tst_DeepTree::clearingADeepTreeKeepsTheValues()
