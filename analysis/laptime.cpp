@@ -2,16 +2,11 @@
 
 #include <cmath>
 
-namespace {
-
-// A lap the simulator did not time carries this marker as its lap time.
-const QTime untimedLap(0, 59, 59, 0);
-
-} // namespace
+using ZUM::SDK::UntimedLapTime;
 
 bool LapTime::isTimed(const QTime &lapTime)
 {
-    return lapTime.isValid() && lapTime != untimedLap;
+    return lapTime.isValid() && lapTime != UntimedLapTime;
 }
 
 bool LapTime::isTimedLap(const ZUM::SDK::LapHeader &header)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ibtwriter.h"
+#include "irsdk.h"
 
 #include <QByteArray>
 #include <QList>
@@ -34,7 +35,8 @@ public:
     // The generator's limits; options beyond them are brought back within.
     static constexpr double MinTrackLength = 100.0; // metres
     static constexpr double MinLapTime = 10.0; // seconds
-    static constexpr int CarSlots = 64; // car indexes 0 to 63, the player's among them
+    // Car indexes 0 to 63, the player's among them.
+    static constexpr int CarSlots = IRSDK_MAX_CARS;
 
     enum class Scenario {
         // From the pit stall: out lap, flying laps, in lap back to the stall.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lap.h"
+#include "plugininterfaceimport.h"
 #include "recordinginfo.h"
 
 #include <QList>
@@ -13,12 +14,10 @@ struct ImportResult
 {
     struct Message
     {
-        int level = 0; // 0 information, -2 error, as the plug-in sends them
+        // PluginInterfaceImport::Information or Error, as the plug-in sends them.
+        int level = ZUM::SDK::PluginInterfaceImport::Information;
         QString text;
     };
-
-    static constexpr int Information = 0;
-    static constexpr int Error = -2;
 
     QString file; // the path as handed to the plug-in
     QList<Message> messages;

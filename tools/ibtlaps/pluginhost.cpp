@@ -57,7 +57,7 @@ ImportResult PluginHost::importFile(const QString &path)
 
     const auto receive = [this, &result](const ImportResult::Message &message) {
         result.messages.append(message);
-        if (message.level == ImportResult::Error)
+        if (message.level == ZUM::SDK::PluginInterfaceImport::Error)
             result.failed = true;
         if (m_messageHandler)
             m_messageHandler(message);
@@ -84,6 +84,6 @@ ImportResult PluginHost::importFile(const QString &path)
     QObject::disconnect(connection);
 
     if (!exceptionText.isEmpty())
-        receive({ImportResult::Error, exceptionText});
+        receive({ZUM::SDK::PluginInterfaceImport::Error, exceptionText});
     return result;
 }

@@ -26,9 +26,9 @@ void Reporter::error(const QString &text)
 
 void Reporter::message(const ImportResult::Message &message)
 {
-    if (message.level == ImportResult::Information)
+    if (message.level == ZUM::SDK::PluginInterfaceImport::Information)
         info(message.text);
-    else if (message.level == ImportResult::Error)
+    else if (message.level == ZUM::SDK::PluginInterfaceImport::Error)
         error(message.text);
     else
         line(QStringLiteral("level %1").arg(message.level), message.text);
