@@ -90,40 +90,6 @@ void iRTelemetryReader::recordRawData(const irsdk_header *header, const irsdk_va
     retrieveRawData(header, varHeaders, record, m_samples);
 }
 
-// A variable of the tick, or null when the sample lacks it or holds no valid value. A sample
-// in the player's car's layout holds exactly the layout's names.
-const Value *iRTelemetryReader::validValue(const DynamicData &values,
-                                           const Variable &variable) const
-{
-    const Value *value = nullptr;
-    if (values.layout() != 0 && values.layout() == m_decoder.layout())
-        value = variable.position >= 0 ? &values.layoutValue(variable.position) : nullptr;
-    else
-        value = values.find(variable.name);
-    return value && value->isValid() ? value : nullptr;
-}
-
-float iRTelemetryReader::readFloat(const DynamicData &values, const Variable &variable,
-                                   float fallback) const
-{
-    const Value *value = validValue(values, variable);
-    return value ? value->toFloat() : fallback;
-}
-
-int iRTelemetryReader::readInt(const DynamicData &values, const Variable &variable,
-                               int fallback) const
-{
-    const Value *value = validValue(values, variable);
-    return value ? value->toInt() : fallback;
-}
-
-bool iRTelemetryReader::readBool(const DynamicData &values, const Variable &variable,
-                                 bool fallback) const
-{
-    const Value *value = validValue(values, variable);
-    return value ? value->toBool() : fallback;
-}
-
 const QList<QString> &iRTelemetryReader::variableNames() const
 {
     return m_decoder.variableNames();
@@ -151,9 +117,9 @@ void iRTelemetryReader::prepareRawData(const irsdk_header *header,
     m_decoder.learn(header, varHeaders);
     for (Variable *variable :
          {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
-          &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey,
-          &m_lapLastLapTimeKey, &m_lapCurrentLapTimeKey, &m_onPitRoadKey,
-          &m_playerCarInPitStallKey, &m_isOnTrackKey, &m_replayPlaySpeedKey})
+          &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey, &m_lapLastLapTimeKey,
+          &m_lapCurrentLapTimeKey, &m_onPitRoadKey, &m_playerCarInPitStallKey, &m_isOnTrackKey,
+          &m_replayPlaySpeedKey})
         variable->position = m_decoder.position(variable->name);
 }
 
@@ -297,7 +263,7 @@ void iRTelemetryReader::processTick(QList<Sample> &samples)
     int playerSession = -1;
     if (isValidCar(m_myCarIdx)) {
         RecorderCar &mine = m_cars[m_myCarIdx];
-        playerSession = readInt(mine.sample.dynamicData, m_sessionNumKey, -1);
+        playerSession = m_decoder.readInt(mine.sample.dynamicData, m_sessionNumKey, -1);
         mine.current.sessionNum = playerSession;
     }
 
@@ -314,14 +280,14 @@ void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted
     m_active[size_t(carIdx)] = true;
     const DynamicData &values = car.sample.dynamicData;
 
-    car.current.lapDistPct = readFloat(values, m_lapDistPctKey, -1.0f);
-    car.current.lapDist = readFloat(values, m_lapDistKey, -1.0f);
-    car.current.sessionState = readInt(values, m_sessionStateKey, 0);
-    car.current.speed = readFloat(values, m_speedKey, -1.0f);
+    car.current.lapDistPct = m_decoder.readFloat(values, m_lapDistPctKey, -1.0f);
+    car.current.lapDist = m_decoder.readFloat(values, m_lapDistKey, -1.0f);
+    car.current.sessionState = m_decoder.readInt(values, m_sessionStateKey, 0);
+    car.current.speed = m_decoder.readFloat(values, m_speedKey, -1.0f);
 
     // A car whose tick counter did not move has no new data. Files without a tick counter (the
     // oldest format) count every record as new.
-    if (const Value *tick = validValue(values, m_sessionTickKey)) {
+    if (const Value *tick = m_decoder.validValue(values, m_sessionTickKey)) {
         car.current.sessionTick = tick->toULongLong();
         if (car.current.sessionTick == car.previous.sessionTick)
             return;
@@ -394,14 +360,14 @@ void iRTelemetryReader::readOtherCar(int carIdx, int playerSession, bool &inPitS
         break;
     }
     if (car.current.lap == -1) {
-        if (const Value *lapCompleted = validValue(values, m_lapCompletedKey))
+        if (const Value *lapCompleted = m_decoder.validValue(values, m_lapCompletedKey))
             car.current.lap = lapCompleted->toInt() + 1;
-        car.current.lastLapTime = readFloat(values, m_lastLapTimeKey, -1.0f);
+        car.current.lastLapTime = m_decoder.readFloat(values, m_lastLapTimeKey, -1.0f);
     }
 
     // Without a pit-road flag the car is taken as on pit road; standing still there, it is
     // in its stall.
-    onPitRoad = readBool(values, m_onPitRoadKey, true);
+    onPitRoad = m_decoder.readBool(values, m_onPitRoadKey, true);
     const float moved = car.current.lapDistPct - car.previous.lapDistPct;
     inPitStall = onPitRoad && std::abs(double(moved)) < StandingStillLapFraction;
     onTrack = !onPitRoad;
@@ -412,22 +378,23 @@ void iRTelemetryReader::readPlayerCar(int carIdx, bool &inPitStall, bool &onPitR
     RecorderCar &car = m_cars[carIdx];
     const DynamicData &values = car.sample.dynamicData;
 
-    car.current.lap = readInt(values, m_lapKey, -1);
+    car.current.lap = m_decoder.readInt(values, m_lapKey, -1);
 
     // A replay says where the player's car stands; a live recording only whether it is on
     // track, and a car that is not is taken as sitting in its stall.
-    const bool inStall = m_simMode != 0 ? readBool(values, m_playerCarInPitStallKey, true)
-                                        : !readBool(values, m_isOnTrackKey, false);
+    const bool inStall = m_simMode != 0 ? m_decoder.readBool(values, m_playerCarInPitStallKey, true)
+                                        : !m_decoder.readBool(values, m_isOnTrackKey, false);
     if (inStall) {
         inPitStall = true;
         onPitRoad = false;
         onTrack = false;
         return;
     }
-    onPitRoad = readBool(values, m_onPitRoadKey, false);
-    car.current.lastLapTime
-        = readFloat(values, m_simMode == 1 ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
-    car.current.lapTime = readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
+    onPitRoad = m_decoder.readBool(values, m_onPitRoadKey, false);
+    car.current.lastLapTime = m_decoder.readFloat(
+        values, m_simMode == 1 ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
+    car.current.lapTime
+        = m_decoder.readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
     inPitStall = false;
     onTrack = !onPitRoad;
 }
@@ -448,7 +415,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
     const CarStatus status = car.current.status;
     if (car.lap->isEmpty() && (status == CarStatus::InPitStall || status == CarStatus::InPitLane))
         return false;
-    if (const Value *speed = validValue(car.sample.dynamicData, m_speedKey);
+    if (const Value *speed = m_decoder.validValue(car.sample.dynamicData, m_speedKey);
         speed && speed->toDouble() < MinimumRecordedSpeed)
         return false;
 
@@ -473,7 +440,7 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
 {
     if (m_simMode != 1 || !car.detailedTelemetry)
         return true;
-    const Value *speed = validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
+    const Value *speed = m_decoder.validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
     if (!speed || std::abs(speed->toDouble() - 1.0) <= NormalPlaySpeedTolerance)
         return true;
     if (!car.lap->isEmpty()) {

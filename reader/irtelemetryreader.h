@@ -109,20 +109,7 @@ public:
     const QList<QString> &variableUnits() const;
 
 private:
-    // A variable of a car's sample, and where it stands in the player's car's layout (-1: not
-    // in it), so that the player's variables are read by position.
-    struct Variable
-    {
-        const QString name;
-        qsizetype position = -1;
-    };
-    const ZUM::SDK::Value *validValue(const ZUM::SDK::DynamicData &values,
-                                      const Variable &variable) const;
-    float readFloat(const ZUM::SDK::DynamicData &values, const Variable &variable,
-                    float fallback) const;
-    int readInt(const ZUM::SDK::DynamicData &values, const Variable &variable, int fallback) const;
-    bool readBool(const ZUM::SDK::DynamicData &values, const Variable &variable,
-                  bool fallback) const;
+    using Variable = RecordDecoder::Variable;
 
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
     // One car's part of a tick; only cars that the session text names a driver for.

@@ -157,3 +157,35 @@ void RecordDecoder::decodeAllCars(const char *record, QList<Sample> &samples, in
         values.setValue(m_sessionTickKey, sessionTick, QStringLiteral(""));
     }
 }
+
+// A variable of the tick, or null when the sample lacks it or holds no valid value. A sample
+// in the player's car's layout holds exactly the layout's names.
+const Value *RecordDecoder::validValue(const DynamicData &values, const Variable &variable) const
+{
+    const Value *value = nullptr;
+    if (values.layout() != 0 && values.layout() == m_slotLayout)
+        value = variable.position >= 0 ? &values.layoutValue(variable.position) : nullptr;
+    else
+        value = values.find(variable.name);
+    return value && value->isValid() ? value : nullptr;
+}
+
+float RecordDecoder::readFloat(const DynamicData &values, const Variable &variable,
+                               float fallback) const
+{
+    const Value *value = validValue(values, variable);
+    return value ? value->toFloat() : fallback;
+}
+
+int RecordDecoder::readInt(const DynamicData &values, const Variable &variable, int fallback) const
+{
+    const Value *value = validValue(values, variable);
+    return value ? value->toInt() : fallback;
+}
+
+bool RecordDecoder::readBool(const DynamicData &values, const Variable &variable,
+                             bool fallback) const
+{
+    const Value *value = validValue(values, variable);
+    return value ? value->toBool() : fallback;
+}

@@ -38,6 +38,23 @@ public:
     ZUM::SDK::DynamicData::Layout layout() const { return m_slotLayout; }
     qsizetype position(const QString &name) const { return m_slotNames.indexOf(name); }
 
+    // A variable of a car's sample, and where it stands in the player's car's layout (-1: not
+    // in it), so that the player's variables are read by position.
+    struct Variable
+    {
+        const QString name;
+        qsizetype position = -1;
+    };
+    // A variable of a decoded sample, or null when the sample lacks it or holds no valid value.
+    const ZUM::SDK::Value *validValue(const ZUM::SDK::DynamicData &values,
+                                      const Variable &variable) const;
+    // Its value, or the fallback.
+    float readFloat(const ZUM::SDK::DynamicData &values, const Variable &variable,
+                    float fallback) const;
+    int readInt(const ZUM::SDK::DynamicData &values, const Variable &variable, int fallback) const;
+    bool readBool(const ZUM::SDK::DynamicData &values, const Variable &variable,
+                  bool fallback) const;
+
     // Lower-cased names and units of every descriptor, readable or not.
     const QList<QString> &variableNames() const;
     const QList<QString> &variableUnits() const;
