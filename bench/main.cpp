@@ -204,6 +204,34 @@ QString withOneByteRecords(const QString &path, const QTemporaryDir &dir)
     return copy;
 }
 
+// The damaged files whose cost must stay bounded by their size, each beside its undamaged self.
+void timeDamagedFiles(ZUM::SDK::PluginInterfaceImport *plugin, const QTemporaryDir &dir, int runs)
+{
+    SessionGenerator::Options twoLaps;
+    twoLaps.laps = 2;
+    const QString undamaged = dir.filePath(QStringLiteral("two-laps.ibt"));
+    SessionGenerator::Options garbage = twoLaps;
+    garbage.overrides.numVars = 100000;
+    const QString damaged = dir.filePath(QStringLiteral("garbage-descriptors.ibt"));
+    if (SessionGenerator(twoLaps).write(undamaged) && SessionGenerator(garbage).write(damaged)) {
+        const Measure base = importThroughPlugin(plugin, undamaged, runs);
+        reportDamaged(QStringLiteral("two laps with 100,000 descriptors, mostly garbage"), damaged,
+                      importThroughPlugin(plugin, damaged, runs), QStringLiteral("undamaged"),
+                      base);
+    }
+
+    const QString bristol = QDir(QStringLiteral(ZUM_DEFAULT_IBT_SAMPLES))
+                                .filePath(QStringLiteral(
+                                    "js17_trucks_silverado2019_bristol_2025-11-06_17-39-03.ibt"));
+    if (QFile::exists(bristol)) {
+        const QString oneByte = withOneByteRecords(bristol, dir);
+        if (!oneByte.isEmpty())
+            reportDamaged(QStringLiteral("Bristol recording with a record length of 1 byte"),
+                          oneByte, importThroughPlugin(plugin, oneByte, runs),
+                          QStringLiteral("undamaged"), importThroughPlugin(plugin, bristol, runs));
+    }
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -272,28 +300,6 @@ int main(int argc, char *argv[])
         QStringLiteral("synthetic session, %1 min, 280 variables").arg(parser.value(minutesOption)),
         synthetic, importThroughPlugin(plugin, synthetic, runs), readFloor(synthetic, runs));
 
-    SessionGenerator::Options twoLaps;
-    twoLaps.laps = 2;
-    const QString undamaged = dir.filePath(QStringLiteral("two-laps.ibt"));
-    SessionGenerator::Options garbage = twoLaps;
-    garbage.overrides.numVars = 100000;
-    const QString damaged = dir.filePath(QStringLiteral("garbage-descriptors.ibt"));
-    if (SessionGenerator(twoLaps).write(undamaged) && SessionGenerator(garbage).write(damaged)) {
-        const Measure base = importThroughPlugin(plugin, undamaged, runs);
-        reportDamaged(QStringLiteral("two laps with 100,000 descriptors, mostly garbage"), damaged,
-                      importThroughPlugin(plugin, damaged, runs), QStringLiteral("undamaged"),
-                      base);
-    }
-
-    const QString bristol = QDir(QStringLiteral(ZUM_DEFAULT_IBT_SAMPLES))
-                                .filePath(QStringLiteral(
-                                    "js17_trucks_silverado2019_bristol_2025-11-06_17-39-03.ibt"));
-    if (QFile::exists(bristol)) {
-        const QString oneByte = withOneByteRecords(bristol, dir);
-        if (!oneByte.isEmpty())
-            reportDamaged(QStringLiteral("Bristol recording with a record length of 1 byte"),
-                          oneByte, importThroughPlugin(plugin, oneByte, runs),
-                          QStringLiteral("undamaged"), importThroughPlugin(plugin, bristol, runs));
-    }
+    timeDamagedFiles(plugin, dir, runs);
     return 0;
 }
