@@ -1,29 +1,38 @@
 #pragma once
 
-// A whole .ibt file read into memory through the format's read side, in its parts, for
-// feeding the reader record by record: the header, the descriptors, the session text as the
-// import hands it on, and every whole record.
+// A written or recorded .ibt file in memory, for the tests. Two views of the same bytes:
+// - as stored: the header, the sub-header, the descriptors and the session text copied out of
+//   the bytes, and any value decoded by its descriptor, whatever the header claims;
+// - as the import reads them, through the format's read side: the session text as the import
+//   hands it on and every whole record, for feeding the reader record by record (none when the
+//   read side refuses the file).
 
 #include "ibtfile.h"
 #include "irsdk.h"
 
 #include <QByteArray>
+#include <QFile>
+#include <QList>
+#include <QString>
 #include <QTemporaryFile>
 
-#include <vector>
+#include <cstring>
 
 class IbtImage
 {
 public:
-    // An image of no parts when the read side cannot read the file.
     static IbtImage load(const QString &path)
     {
         IbtImage image;
+        QFile raw(path);
+        if (raw.open(QIODevice::ReadOnly))
+            image.m_bytes = raw.readAll();
+        image.m_header = image.at<irsdk_header>(0);
+        image.m_varHeaders = image.storedVarHeaders();
+
         IbtFile file;
         if (file.open(path) != IbtFile::Status::Ok)
             return image;
-        image.m_header = file.header();
-        image.m_varHeaders.assign(file.varHeaders(), file.varHeaders() + file.varHeaderCount());
         image.m_sessionText = QByteArray(file.sessionText());
         image.m_recordCount = file.wholeRecords();
         image.m_records.resize(image.m_recordCount * qMax(file.recordLength(), 0));
@@ -32,29 +41,109 @@ public:
     }
 
     // The image of bytes that the tests wrote themselves.
-    explicit IbtImage(const QByteArray &bytes)
+    static IbtImage fromBytes(const QByteArray &bytes)
     {
         QTemporaryFile file;
         if (file.open() && file.write(bytes) == bytes.size() && file.flush())
-            *this = load(file.fileName());
+            return load(file.fileName());
+        return {};
     }
 
+    // As stored.
+    const QByteArray &bytes() const { return m_bytes; }
+    qint64 size() const { return m_bytes.size(); }
+    // The bytes at an offset as a T; zeros where they would lie outside the file.
+    template<typename T>
+    T at(qint64 offset) const
+    {
+        T value {};
+        if (offset >= 0 && offset + qint64(sizeof(T)) <= m_bytes.size())
+            std::memcpy(&value, m_bytes.constData() + offset, sizeof(T));
+        return value;
+    }
     const irsdk_header &header() const { return m_header; }
-    const irsdk_varHeader *varHeaders() const { return m_varHeaders.data(); }
+    irsdk_diskSubHeader subHeader() const
+    {
+        return at<irsdk_diskSubHeader>(irsdk_diskSubHeaderOffset);
+    }
+    // The descriptors the header counts, as far as the file holds them.
+    const QList<irsdk_varHeader> &varHeaders() const { return m_varHeaders; }
+    QByteArray sessionInfo() const
+    {
+        return m_bytes.mid(m_header.sessionInfoOffset, m_header.sessionInfoLen);
+    }
+    int indexOf(const char *name) const
+    {
+        for (int i = 0; i < m_varHeaders.size(); ++i) {
+            if (std::strncmp(m_varHeaders[i].name, name, IRSDK_MAX_STRING) == 0)
+                return i;
+        }
+        return -1;
+    }
+    // The element as a double; 0 for an unknown name.
+    double value(const char *name, qint64 record, int element = 0) const
+    {
+        const int index = indexOf(name);
+        return index < 0 ? 0.0 : value(m_varHeaders.at(index), record, element);
+    }
+    double value(const irsdk_varHeader &var, qint64 record, int element = 0) const
+    {
+        const qint64 offset = m_header.varBuf[0].bufOffset + record * m_header.bufLen + var.offset
+            + qint64(element) * irsdk_varTypeSize(var.type);
+        switch (var.type) {
+        case irsdk_char:
+            return at<int8_t>(offset);
+        case irsdk_bool:
+            return at<uint8_t>(offset) != 0 ? 1.0 : 0.0;
+        case irsdk_int:
+        case irsdk_bitField:
+            return at<int32_t>(offset);
+        case irsdk_float:
+            return at<float>(offset);
+        case irsdk_double:
+            return at<double>(offset);
+        default:
+            return 0.0;
+        }
+    }
+    // Every whole record's value of one variable.
+    QList<double> series(const char *name, int element = 0) const
+    {
+        QList<double> values;
+        const int index = indexOf(name);
+        if (index < 0)
+            return values;
+        values.reserve(m_recordCount);
+        for (qint64 r = 0; r < m_recordCount; ++r)
+            values.append(value(m_varHeaders.at(index), r, element));
+        return values;
+    }
+
+    // As the import reads them.
     // The session text as the import hands it on: its last stored byte made the terminator.
     const QByteArray &terminatedSessionText() const { return m_sessionText; }
-    qsizetype recordCount() const { return m_recordCount; }
-    const char *record(qsizetype index) const
+    qint64 recordCount() const { return m_recordCount; }
+    const char *record(qint64 index) const
     {
         return m_records.constData() + index * m_header.bufLen;
     }
 
 private:
-    IbtImage() = default;
+    QList<irsdk_varHeader> storedVarHeaders() const
+    {
+        const qint64 room = (size() - m_header.varHeaderOffset) / qint64(sizeof(irsdk_varHeader));
+        const qint64 count = qMax<qint64>(0, qMin<qint64>(m_header.numVars, room));
+        QList<irsdk_varHeader> list;
+        for (qint64 i = 0; i < count; ++i)
+            list.append(
+                at<irsdk_varHeader>(m_header.varHeaderOffset + i * sizeof(irsdk_varHeader)));
+        return list;
+    }
 
+    QByteArray m_bytes;
     irsdk_header m_header {};
-    std::vector<irsdk_varHeader> m_varHeaders;
+    QList<irsdk_varHeader> m_varHeaders;
     QByteArray m_sessionText;
     QByteArray m_records;
-    qsizetype m_recordCount = 0;
+    qint64 m_recordCount = 0;
 };

@@ -29,7 +29,7 @@ public:
             return false;
         ++m_record;
         m_samples
-            = m_reader.getRawData(&m_file.header(), m_file.varHeaders(), m_file.record(m_record));
+            = m_reader.getRawData(&m_file.header(), m_file.varHeaders().constData(), m_file.record(m_record));
         m_reader.prepareTick();
         m_reader.processData(m_samples);
         return true;

@@ -28,7 +28,7 @@ QByteArray sessionText(int myCar, const char *simMode)
 struct Built
 {
     QByteArray bytes;
-    IbtImage file() const { return IbtImage(bytes); }
+    IbtImage file() const { return IbtImage::fromBytes(bytes); }
 };
 
 // Writes a file with the given variables and one record whose values come from `fill`.
@@ -71,7 +71,7 @@ std::unique_ptr<iRTelemetryReader> reader(iRTelemetryReader::Mode mode, const QB
 
 QList<Sample> decode(iRTelemetryReader &reader, const IbtImage &file, int record = 0)
 {
-    return reader.getRawData(&file.header(), file.varHeaders(), file.record(record));
+    return reader.getRawData(&file.header(), file.varHeaders().constData(), file.record(record));
 }
 
 } // namespace
@@ -426,7 +426,7 @@ void tst_RawExtraction::descriptorsOutsideTheRecordAreNeverRead()
     descriptor.count = count;
     std::memcpy(at, &descriptor, sizeof descriptor);
 
-    const IbtImage file(bytes);
+    const IbtImage file = IbtImage::fromBytes(bytes);
     QCOMPARE(file.header().bufLen, 16);
     QCOMPARE(file.varHeaders()[1].offset, offset);
     auto r = reader(iRTelemetryReader::MyCarOnly, session);
@@ -434,7 +434,7 @@ void tst_RawExtraction::descriptorsOutsideTheRecordAreNeverRead()
     // address sanitizer.
     const QByteArray record(file.record(0), file.header().bufLen);
     const QList<Sample> samples
-        = r->getRawData(&file.header(), file.varHeaders(), record.constData());
+        = r->getRawData(&file.header(), file.varHeaders().constData(), record.constData());
     QCOMPARE(samples[0].dynamicData.value(QStringLiteral("good")).toDouble(), 2.5);
     QVERIFY(!samples[0].dynamicData.value(QStringLiteral("bad")).isValid());
 }
@@ -463,7 +463,7 @@ void tst_RawExtraction::recordRawDataFillsTheReadersOwnSamples()
         {variable("Gear", irsdk_int)}, [](IbtWriter &writer) { writer.setValue(0, 4); }, session);
     auto r = reader(iRTelemetryReader::MyCarOnly, session);
     const IbtImage file = built.file();
-    r->recordRawData(&file.header(), file.varHeaders(), file.record(0));
+    r->recordRawData(&file.header(), file.varHeaders().constData(), file.record(0));
     QCOMPARE(r->recordedSamples().size(), 1);
     QCOMPARE(r->recordedSamples()[0].dynamicData.value(QStringLiteral("gear")).toInt(), 4);
 }

@@ -72,7 +72,7 @@ void tst_RawFiles::everyRecordDecodes()
 
     for (qsizetype r = 0; r < ibt.recordCount(); ++r) {
         const QList<ZUM::SDK::Sample> samples
-            = reader.getRawData(&ibt.header(), ibt.varHeaders(), ibt.record(r));
+            = reader.getRawData(&ibt.header(), ibt.varHeaders().constData(), ibt.record(r));
         QCOMPARE(samples.size(), 1);
         QCOMPARE(samples[0].dynamicData.size(), distinctNames.size());
         if (r == 0) {

@@ -41,7 +41,7 @@ IbtImage writtenSession(const SessionGenerator::Options &options,
     buffer.open(QIODevice::WriteOnly);
     generator.write(&buffer);
     *summary = generator.summary();
-    return IbtImage(bytes);
+    return IbtImage::fromBytes(bytes);
 }
 
 // The player's finished laps in the order they were handed over, and the lap under way at

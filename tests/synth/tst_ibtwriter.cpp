@@ -1,5 +1,5 @@
 #include "ibtwriter.h"
-#include "writtenfile.h"
+#include "ibtimage.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
@@ -130,7 +130,7 @@ void tst_IbtWriter::headerFields()
         QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
 
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     const irsdk_header h = file.header();
     QCOMPARE(h.ver, version);
     QCOMPARE(h.status, 1);
@@ -162,7 +162,7 @@ void tst_IbtWriter::sectionsFollowEachOther()
     QVERIFY(s.writer.finish());
 
     // Header 0..112, sub-header 112..144, descriptors, session text, records.
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     const irsdk_header h = file.header();
     QCOMPARE(sizeof(irsdk_header), size_t(112));
     QCOMPARE(h.varHeaderOffset, int(irsdk_diskSubHeaderOffset + sizeof(irsdk_diskSubHeader)));
@@ -192,7 +192,7 @@ void tst_IbtWriter::subHeaderFollowsTheRecords()
     s.records(25, 100.0); // laps 1, 2 and 3
     QVERIFY(s.writer.finish());
 
-    const irsdk_diskSubHeader sub = WrittenFile::load(m_path).subHeader();
+    const irsdk_diskSubHeader sub = IbtImage::load(m_path).subHeader();
     QCOMPARE(sub.sessionStartDate, int64_t(1717245296));
     QCOMPARE(sub.sessionRecordCount, 25);
     if (explicitValues) {
@@ -265,7 +265,7 @@ void tst_IbtWriter::descriptorFields()
     QVERIFY(writer.open(m_path));
     QVERIFY(writer.finish());
 
-    const QList<irsdk_varHeader> vars = WrittenFile::load(m_path).varHeaders();
+    const QList<irsdk_varHeader> vars = IbtImage::load(m_path).varHeaders();
     QCOMPARE(vars.size(), 2);
     const irsdk_varHeader &v = vars[1];
     QCOMPARE(v.type, type);
@@ -279,7 +279,7 @@ void tst_IbtWriter::descriptorFields()
     // Every byte after the terminator is zero, as the simulator leaves it.
     for (size_t i = size_t(name.size()); i < sizeof v.name; ++i)
         QCOMPARE(v.name[i], char(0));
-    QCOMPARE(WrittenFile::load(m_path).header().bufLen, 8 + count * irsdk_varTypeSize(type));
+    QCOMPARE(IbtImage::load(m_path).header().bufLen, 8 + count * irsdk_varTypeSize(type));
 }
 
 void tst_IbtWriter::longTextsAreCutAndTerminated()
@@ -289,7 +289,7 @@ void tst_IbtWriter::longTextsAreCutAndTerminated()
                        QByteArray(80, 'D'));
     QVERIFY(writer.open(m_path));
     QVERIFY(writer.finish());
-    const irsdk_varHeader v = WrittenFile::load(m_path).varHeaders().front();
+    const irsdk_varHeader v = IbtImage::load(m_path).varHeaders().front();
     QCOMPARE(text(v.name, sizeof v.name), QString(31, u'N'));
     QCOMPARE(text(v.unit, sizeof v.unit), QString(31, u'U'));
     QCOMPARE(text(v.desc, sizeof v.desc), QString(63, u'D'));
@@ -331,7 +331,7 @@ void tst_IbtWriter::explicitOffsetsAndRecordLength()
     QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
 
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     QCOMPARE(file.header().bufLen, 32);
     QCOMPARE(file.varHeaders()[0].offset, 20);
     QCOMPARE(file.value("Late", 0), 77.0);
@@ -347,7 +347,7 @@ void tst_IbtWriter::recordsLieBackToBack()
     s.records(count, 0.0);
     QVERIFY(s.writer.finish());
 
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     const irsdk_header h = file.header();
     QCOMPARE(file.recordCount(), qint64(count));
     QCOMPARE(file.size(), h.varBuf[0].bufOffset + qint64(count) * h.bufLen);
@@ -370,7 +370,7 @@ void tst_IbtWriter::valuesPersistBetweenRecords()
     s.writer.clearRecord();
     s.writer.appendRecord();
     QVERIFY(s.writer.finish());
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     QCOMPARE(file.series("Lap"), QList<double>({4, 4, 0}));
     QCOMPARE(file.series("Speed"), QList<double>({0, 12, 0}));
 }
@@ -418,11 +418,11 @@ void tst_IbtWriter::roundTripOfEveryType()
     QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
 
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     const irsdk_header h = file.header();
     QCOMPARE(h.bufLen, 1 + irsdk_varTypeSize(type));
-    QCOMPARE(file.bytes.mid(h.varBuf[0].bufOffset + 1, irsdk_varTypeSize(type)), expectedBytes);
-    QCOMPARE(file.bytes.at(h.varBuf[0].bufOffset), '\0');
+    QCOMPARE(file.bytes().mid(h.varBuf[0].bufOffset + 1, irsdk_varTypeSize(type)), expectedBytes);
+    QCOMPARE(file.bytes().at(h.varBuf[0].bufOffset), '\0');
 }
 
 void tst_IbtWriter::arraysRoundTrip()
@@ -447,7 +447,7 @@ void tst_IbtWriter::arraysRoundTrip()
     QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
 
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     QCOMPARE(file.header().bufLen, 64 * 4 + 64 * 4 + 64 + 6 * 8);
     for (int car = 0; car < 64; ++car) {
         const bool set = car % 3 == 0;
@@ -468,8 +468,8 @@ void tst_IbtWriter::charArrayTakesRawBytes()
     writer.setBytes(label, "abcdefghijkl"); // longer than the array: runs into the next one
     QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
-    const WrittenFile file = WrittenFile::load(m_path);
-    QCOMPARE(file.bytes.mid(file.header().varBuf[0].bufOffset, 12), QByteArray("abcdefghijkl"));
+    const IbtImage file = IbtImage::load(m_path);
+    QCOMPARE(file.bytes().mid(file.header().varBuf[0].bufOffset, 12), QByteArray("abcdefghijkl"));
 }
 
 void tst_IbtWriter::sessionTextBytesAreVerbatim()
@@ -481,10 +481,10 @@ void tst_IbtWriter::sessionTextBytesAreVerbatim()
     QVERIFY(s.writer.open(m_path));
     s.records(1);
     QVERIFY(s.writer.finish());
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     QCOMPARE(file.header().sessionInfoLen, int(session.size()));
     QCOMPARE(file.sessionInfo(), session);
-    QCOMPARE(file.bytes.at(file.header().varBuf[0].bufOffset - 1), '\n');
+    QCOMPARE(file.bytes().at(file.header().varBuf[0].bufOffset - 1), '\n');
 }
 
 void tst_IbtWriter::explicitLayoutLeavesZeroedGaps()
@@ -496,13 +496,13 @@ void tst_IbtWriter::explicitLayoutLeavesZeroedGaps()
     QVERIFY(s.writer.open(m_path));
     s.records(2);
     QVERIFY(s.writer.finish());
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     const irsdk_header h = file.header();
     QCOMPARE(h.varHeaderOffset, 200);
     QCOMPARE(h.sessionInfoOffset, 1000);
     QCOMPARE(h.varBuf[0].bufOffset, 2048);
-    QCOMPARE(file.bytes.mid(144, 56), QByteArray(56, '\0'));
-    QCOMPARE(file.bytes.mid(200 + 3 * 144, 1000 - 200 - 3 * 144), QByteArray(1000 - 632, '\0'));
+    QCOMPARE(file.bytes().mid(144, 56), QByteArray(56, '\0'));
+    QCOMPARE(file.bytes().mid(200 + 3 * 144, 1000 - 200 - 3 * 144), QByteArray(1000 - 632, '\0'));
     QCOMPARE(file.sessionInfo(), QByteArray("TEXT"));
     QCOMPARE(file.value("Lap", 1), 1.0);
     QCOMPARE(file.size(), qint64(2048 + 2 * 16));
@@ -595,7 +595,7 @@ void tst_IbtWriter::damagedFiles()
         QVERIFY(s.writer.appendPartialRecord(partialBytes));
     QVERIFY(s.writer.finish());
 
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     QCOMPARE(file.size(), expectedSize);
     QCOMPARE(s.writer.bytesWritten(), expectedSize);
     if (expectedSize < 112)
@@ -610,7 +610,7 @@ void tst_IbtWriter::damagedFiles()
     QCOMPARE(h.bufLen, field == QLatin1String("bufLen") ? forced : 16);
     QCOMPARE(h.ver, field == QLatin1String("ver") ? forced : 2);
     if (file.size() >= 580)
-        QCOMPARE(file.bytes.mid(576, 4), QByteArray("---\n"));
+        QCOMPARE(file.bytes().mid(576, 4), QByteArray("---\n"));
     if (!field.isEmpty())
         return;
     QCOMPARE(file.recordCount(), wholeRecords);
@@ -629,7 +629,7 @@ void tst_IbtWriter::unknownTypeCodeKeepsRoom()
     writer.setValue(after, 42);
     QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     QCOMPARE(file.varHeaders()[0].type, 9);
     QCOMPARE(file.varHeaders()[0].count, 2);
     QCOMPARE(file.header().bufLen, 12);
@@ -662,7 +662,7 @@ void tst_IbtWriter::descriptorsOutsideTheRecord()
     QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
 
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     const irsdk_header h = file.header();
     QCOMPARE(h.bufLen, 8);
     QCOMPARE(file.varHeaders()[1].offset, 100);
@@ -685,7 +685,7 @@ void tst_IbtWriter::writesToAnyDevice()
     QVERIFY(buffer.isOpen());
     const QByteArray all = buffer.data();
     QVERIFY(all.startsWith("PREFIX"));
-    const WrittenFile file = WrittenFile::fromBytes(all.mid(6));
+    const IbtImage file = IbtImage::fromBytes(all.mid(6));
     QCOMPARE(file.subHeader().sessionRecordCount, 4);
     QCOMPARE(file.subHeader().sessionStartTime, 5.0);
     QCOMPARE(file.recordCount(), qint64(4));
@@ -710,7 +710,7 @@ void tst_IbtWriter::misuseIsReported()
     QVERIFY(writer.appendRecord());
     QVERIFY(writer.finish());
     // Without variables a record has no bytes, yet it still counts.
-    QCOMPARE(WrittenFile::load(m_path).subHeader().sessionRecordCount, 1);
+    QCOMPARE(IbtImage::load(m_path).subHeader().sessionRecordCount, 1);
     QVERIFY(writer.finish()); // twice is harmless
 
     writer.setValue(-1, 1.0);
@@ -726,7 +726,7 @@ void tst_IbtWriter::destructorFinishes()
         QVERIFY(s.writer.open(m_path));
         s.records(7);
     }
-    const WrittenFile file = WrittenFile::load(m_path);
+    const IbtImage file = IbtImage::load(m_path);
     QCOMPARE(file.recordCount(), qint64(7));
     QCOMPARE(file.subHeader().sessionRecordCount, 7);
 }

@@ -1,4 +1,4 @@
-#include "writtenfile.h"
+#include "ibtimage.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -108,7 +108,7 @@ void tst_IbtWriteTool::writesASession()
     QVERIFY(result.err.isEmpty());
     QVERIFY(result.out.contains("records of"));
 
-    const WrittenFile file = WrittenFile::load(path);
+    const IbtImage file = IbtImage::load(path);
     const irsdk_header h = file.header();
     QCOMPARE(h.ver, version);
     QCOMPARE(h.tickRate, 60);
@@ -215,7 +215,7 @@ void tst_IbtWriteTool::damageOptions()
     QCOMPARE(result.exitCode, 0);
     QVERIFY(result.out.isEmpty());
 
-    const WrittenFile file = WrittenFile::load(path);
+    const IbtImage file = IbtImage::load(path);
     const irsdk_header h = file.header();
     const QStringList words = check.split(u' ');
     if (words[0] == QLatin1String("size")) {

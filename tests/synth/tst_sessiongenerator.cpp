@@ -1,6 +1,6 @@
 #include "quickoptions.h"
 #include "sessiongenerator.h"
-#include "writtenfile.h"
+#include "ibtimage.h"
 
 #include <QSet>
 #include <QTemporaryDir>
@@ -79,7 +79,7 @@ private Q_SLOTS:
     void damageOptions();
 
 private:
-    WrittenFile generate(const Options &options, SessionGenerator **keep = nullptr);
+    IbtImage generate(const Options &options, SessionGenerator **keep = nullptr);
 
     QTemporaryDir m_dir;
     QString m_path;
@@ -94,7 +94,7 @@ void tst_SessionGenerator::init()
                             + QStringLiteral(".ibt"));
 }
 
-WrittenFile tst_SessionGenerator::generate(const Options &options, SessionGenerator **keep)
+IbtImage tst_SessionGenerator::generate(const Options &options, SessionGenerator **keep)
 {
     m_generator = std::make_unique<SessionGenerator>(options);
     QString error;
@@ -102,7 +102,7 @@ WrittenFile tst_SessionGenerator::generate(const Options &options, SessionGenera
         qWarning("write failed: %s", qPrintable(error));
     if (keep)
         *keep = m_generator.get();
-    return WrittenFile::load(m_path);
+    return IbtImage::load(m_path);
 }
 
 void tst_SessionGenerator::fileMatchesSummary_data()
@@ -129,7 +129,7 @@ void tst_SessionGenerator::fileMatchesSummary()
 {
     QFETCH(Options, options);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(options, &generator);
+    const IbtImage file = generate(options, &generator);
     const SessionGenerator::Summary &s = generator->summary();
     const irsdk_header h = file.header();
 
@@ -190,7 +190,7 @@ void tst_SessionGenerator::lapCounterStepsWhereLapDistPctWraps_data()
 void tst_SessionGenerator::lapCounterStepsWhereLapDistPctWraps()
 {
     QFETCH(Options, options);
-    const WrittenFile file = generate(options);
+    const IbtImage file = generate(options);
     const QList<double> lap = file.series("Lap");
     const QList<double> completed = file.series("LapCompleted");
     const QList<double> pct = file.series("LapDistPct");
@@ -240,7 +240,7 @@ void tst_SessionGenerator::sessionTickStepsByOne()
 {
     QFETCH(Options, options);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(options, &generator);
+    const IbtImage file = generate(options, &generator);
     const SessionGenerator::Summary &s = generator->summary();
     const QList<double> tick = file.series("SessionTick");
     const QList<double> time = file.series("SessionTime");
@@ -285,7 +285,7 @@ void tst_SessionGenerator::lapClockAndLastLapTimeFollowTheLine()
 {
     QFETCH(Options, options);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(options, &generator);
+    const IbtImage file = generate(options, &generator);
     const SessionGenerator::Summary &s = generator->summary();
     const QList<double> time = file.series("SessionTime");
     const QList<double> clock = file.series("LapCurrentLapTime");
@@ -337,7 +337,7 @@ void tst_SessionGenerator::practiceRunsFromStallToStall()
 {
     const Options o = quick(Scenario::Practice);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(o, &generator);
+    const IbtImage file = generate(o, &generator);
     const SessionGenerator::Summary &s = generator->summary();
 
     QList<LapKind> kinds;
@@ -388,7 +388,7 @@ void tst_SessionGenerator::raceGoesThroughTheSessionStates()
 {
     const Options o = quick(Scenario::Race);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(o, &generator);
+    const IbtImage file = generate(o, &generator);
     const SessionGenerator::Summary &s = generator->summary();
     const QList<double> state = file.series("SessionState");
     const QList<double> lap = file.series("Lap");
@@ -440,7 +440,7 @@ void tst_SessionGenerator::raceGoesThroughTheSessionStates()
 void tst_SessionGenerator::replayIsMarkedAndHasAFastStretch()
 {
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(quick(Scenario::Replay), &generator);
+    const IbtImage file = generate(quick(Scenario::Replay), &generator);
     QVERIFY(generator->sessionInfo().contains("\n SimMode: replay\n"));
     QVERIFY(file.indexOf("IsReplayPlaying") >= 0);
     QVERIFY(file.indexOf("ReplayPlaySpeed") >= 0);
@@ -452,7 +452,7 @@ void tst_SessionGenerator::replayIsMarkedAndHasAFastStretch()
     QVERIFY(start > s.laps[1].startTime && start < s.laps[1].endTime);
     QCOMPARE(file.series("Lap")[s.fastFirstRecord], double(s.laps[1].lap));
 
-    const WrittenFile practice = generate(quick(Scenario::Practice));
+    const IbtImage practice = generate(quick(Scenario::Practice));
     QVERIFY(practice.sessionInfo().contains("\n SimMode: full\n"));
     QCOMPARE(practice.indexOf("ReplayPlaySpeed"), -1);
 }
@@ -461,7 +461,7 @@ void tst_SessionGenerator::sessionNumberChangesMidLap()
 {
     const Options o = quick(Scenario::SessionChange);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(o, &generator);
+    const IbtImage file = generate(o, &generator);
     const SessionGenerator::Summary &s = generator->summary();
     const QList<double> num = file.series("SessionNum");
     const QList<double> pct = file.series("LapDistPct");
@@ -485,13 +485,13 @@ void tst_SessionGenerator::versionOneHasNoSessionTick()
 {
     Options o = quick(Scenario::Practice);
     o.version = 1;
-    const WrittenFile file = generate(o);
+    const IbtImage file = generate(o);
     QCOMPARE(file.header().ver, 1);
     QCOMPARE(file.indexOf("SessionTick"), -1);
     QVERIFY(file.indexOf("SessionTime") >= 0);
     QVERIFY(file.indexOf("Lap") >= 0);
 
-    const WrittenFile current = generate(quick(Scenario::Practice));
+    const IbtImage current = generate(quick(Scenario::Practice));
     QCOMPARE(current.header().ver, 2);
     QCOMPARE(current.indexOf("SessionTick"), 1);
 }
@@ -501,7 +501,7 @@ void tst_SessionGenerator::noPlayerHasNoDriverCarIdx()
     Options o = quick(Scenario::Practice);
     o.player = false;
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(o, &generator);
+    const IbtImage file = generate(o, &generator);
     QVERIFY(!file.sessionInfo().contains("DriverCarIdx"));
     QVERIFY(file.sessionInfo().contains("\nDriverInfo:\n"));
     QVERIFY(file.sessionInfo().contains("\n Drivers:\n - CarIdx: 0\n"));
@@ -509,7 +509,7 @@ void tst_SessionGenerator::noPlayerHasNoDriverCarIdx()
 
     o.player = true;
     o.playerCarIdx = 12;
-    const WrittenFile mine = generate(o, &generator);
+    const IbtImage mine = generate(o, &generator);
     QVERIFY(mine.sessionInfo().contains("\n DriverCarIdx: 12\n"));
     QVERIFY(mine.sessionInfo().contains("\n - CarIdx: 12\n   UserName: Marta Lindqvist\n"));
     QCOMPARE(generator->summary().playerCarIdx, 12);
@@ -520,7 +520,7 @@ void tst_SessionGenerator::isOnTrackCanBeLeftOut()
 {
     Options o = quick(Scenario::Practice);
     o.isOnTrackVariable = false;
-    const WrittenFile file = generate(o);
+    const IbtImage file = generate(o);
     QCOMPARE(file.indexOf("IsOnTrack"), -1);
     QVERIFY(file.indexOf("OnPitRoad") >= 0);
 }
@@ -531,7 +531,7 @@ void tst_SessionGenerator::omittedVariablesAreAbsent()
     o.omitVariables = {QStringLiteral("LapCurrentLapTime"), QStringLiteral("PlayerCarInPitStall")};
     o.totalVariables = 120;
     o.omitVariables.append(QStringLiteral("LFtempL"));
-    const WrittenFile file = generate(o);
+    const IbtImage file = generate(o);
     QCOMPARE(file.indexOf("LapCurrentLapTime"), -1);
     QCOMPARE(file.indexOf("PlayerCarInPitStall"), -1);
     QCOMPARE(file.indexOf("LFtempL"), -1);
@@ -557,7 +557,7 @@ void tst_SessionGenerator::padVariablesReachTheRequestedCount()
     const int core = SessionGenerator(o).summary().variableCount;
     o.totalVariables = requested;
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(o, &generator);
+    const IbtImage file = generate(o, &generator);
     QCOMPARE(file.header().numVars, padded ? requested : core);
     QCOMPARE(generator->summary().variableCount, file.header().numVars);
 
@@ -590,7 +590,7 @@ void tst_SessionGenerator::carArraysDescribeTheField()
 {
     QFETCH(Options, options);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(options, &generator);
+    const IbtImage file = generate(options, &generator);
     const SessionGenerator::Summary &s = generator->summary();
     const int me = options.playerCarIdx;
     const QList<double> lap = file.series("Lap");
@@ -643,7 +643,7 @@ void tst_SessionGenerator::channelsStayPlausible_data()
 void tst_SessionGenerator::channelsStayPlausible()
 {
     QFETCH(Options, options);
-    const WrittenFile file = generate(options);
+    const IbtImage file = generate(options);
     const QList<double> fuel = file.series("FuelLevel");
     const QList<double> speed = file.series("Speed");
     const QList<double> dist = file.series("LapDist");
@@ -678,7 +678,7 @@ void tst_SessionGenerator::staleFirstRecordShowsLapZero()
     Options o = quick(Scenario::Practice);
     o.startLap = 170;
     o.firstRecordLapZero = true;
-    const WrittenFile file = generate(o);
+    const IbtImage file = generate(o);
     const QList<double> lap = file.series("Lap");
     QCOMPARE(lap[0], 0.0);
     QCOMPARE(lap[1], 170.0);
@@ -814,7 +814,7 @@ void tst_SessionGenerator::displayNameIsWrittenAsLatin1()
     o.trackDisplayName = name;
     o.trackCity = QStringLiteral("S\u00e3o Paulo");
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(o, &generator);
+    const IbtImage file = generate(o, &generator);
     QCOMPARE(generator->summary().trackDisplayName, bytes);
     QCOMPARE(bytes.size(), name.size());
     QVERIFY(file.sessionInfo().contains("\n TrackDisplayName: " + bytes + "\n"));
@@ -844,7 +844,7 @@ void tst_SessionGenerator::durationFixesTheRecordCount()
     QFETCH(Options, options);
     QFETCH(int, minimumLaps);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(options, &generator);
+    const IbtImage file = generate(options, &generator);
     QCOMPARE(file.recordCount(), qint64(std::llround(options.duration * 60.0)));
     QVERIFY(generator->summary().timedLapTimes.size() >= minimumLaps);
     if (minimumLaps > 0) // the route ends in the stall, with time to spare
@@ -855,8 +855,8 @@ void tst_SessionGenerator::outputIsDeterministic()
 {
     Options o = quick(Scenario::Race);
     o.totalVariables = 200;
-    const QByteArray first = generate(o).bytes;
-    const QByteArray second = generate(o).bytes;
+    const QByteArray first = generate(o).bytes();
+    const QByteArray second = generate(o).bytes();
     QVERIFY(!first.isEmpty());
     QVERIFY(first == second);
 }
@@ -889,7 +889,7 @@ void tst_SessionGenerator::damageOptions()
     QFETCH(Options, options);
     QFETCH(QString, damage);
     SessionGenerator *generator = nullptr;
-    const WrittenFile file = generate(options, &generator);
+    const IbtImage file = generate(options, &generator);
     const SessionGenerator::Summary &s = generator->summary();
     const irsdk_header h = file.header();
     const qint64 intact = h.varBuf[0].bufOffset + qint64(s.recordCount) * h.bufLen;

@@ -1,6 +1,6 @@
 #include "quickoptions.h"
 #include "sessiongenerator.h"
-#include "writtenfile.h"
+#include "ibtimage.h"
 
 #include <QHash>
 #include <QTemporaryDir>
@@ -164,7 +164,7 @@ const Trace &tst_TrackShape::trace(const Options &options)
     const SessionGenerator generator(options);
     if (!generator.write(path))
         qWarning("cannot write %s", qPrintable(path));
-    const WrittenFile file = WrittenFile::load(path);
+    const IbtImage file = IbtImage::load(path);
     Trace t;
     t.options = options;
     t.summary = generator.summary();
@@ -220,7 +220,7 @@ void tst_TrackShape::variablesAreDescribedAsTheSimulatorDoes()
     Options o = quick(Scenario::Practice);
     o.laps = 0;
     QVERIFY(SessionGenerator(o).write(path));
-    const WrittenFile file = WrittenFile::load(path);
+    const IbtImage file = IbtImage::load(path);
     const int index = file.indexOf(name.constData());
     QVERIFY2(index >= 0, name.constData());
     const irsdk_varHeader var = file.varHeaders().at(index);
