@@ -1,6 +1,7 @@
 #include "ibtwriter.h"
 #include "plugininterfaceimport.h"
 #include "sessiongenerator.h"
+#include "smallfile.h"
 
 #include <QFileInfo>
 #include <QPluginLoader>
@@ -56,35 +57,11 @@ void tst_DamagedFiles::initTestCase()
     m_wholeSize = QFileInfo(m_whole).size();
 }
 
-// A small file with a real session text and a few driving variables: a damaged record
-// length of one byte still makes only a few thousand ticks.
 QString tst_DamagedFiles::write(const QString &name, const IbtWriter::Overrides &overrides,
                                 qint64 truncateAt)
 {
-    IbtWriter writer;
-    writer.setSessionInfo(SessionGenerator().sessionInfo());
-    const int time = writer.addVariable("SessionTime", irsdk_double, 1, "s");
-    const int tick = writer.addVariable("SessionTick", irsdk_int);
-    const int lap = writer.addVariable("Lap", irsdk_int);
-    const int pct = writer.addVariable("LapDistPct", irsdk_float, 1, "%");
-    const int onTrack = writer.addVariable("IsOnTrack", irsdk_bool);
-    const int speed = writer.addVariable("Speed", irsdk_float, 1, "m/s");
-    writer.addVariable("CarIdxLap", irsdk_int, 64);
-    writer.setOverrides(overrides);
-    writer.setTruncateAt(truncateAt);
     const QString path = m_dir.filePath(name);
-    if (!writer.open(path))
-        return {};
-    for (int i = 0; i < 120; ++i) {
-        writer.setValue(time, i / 60.0);
-        writer.setValue(tick, i);
-        writer.setValue(lap, 1 + i / 60);
-        writer.setValue(pct, (i % 60) / 60.0);
-        writer.setValue(onTrack, 1);
-        writer.setValue(speed, 50);
-        writer.appendRecord();
-    }
-    return writer.finish() ? path : QString();
+    return writeSmallFile(path, 120, overrides, truncateAt) ? path : QString();
 }
 
 // The import's outcome in a word: its last message, or the allocation failure.

@@ -2,6 +2,7 @@
 #include "plugininterfaceimport.h"
 #include "samplefiles.h"
 #include "sessiongenerator.h"
+#include "smallfile.h"
 
 #include <QColor>
 #include <QCryptographicHash>
@@ -117,34 +118,6 @@ QString importDigest(const QString &path, int *lapCount)
     return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex());
 }
 
-// A little file with a few driving variables: small enough that every damaged header field,
-// however it is damaged, imports in a moment.
-bool writeSmallFile(const QString &path, const IbtWriter::Overrides &overrides)
-{
-    IbtWriter writer;
-    writer.setSessionInfo(SessionGenerator().sessionInfo());
-    const int time = writer.addVariable("SessionTime", irsdk_double, 1, "s");
-    const int tick = writer.addVariable("SessionTick", irsdk_int);
-    const int lap = writer.addVariable("Lap", irsdk_int);
-    const int pct = writer.addVariable("LapDistPct", irsdk_float, 1, "%");
-    const int onTrack = writer.addVariable("IsOnTrack", irsdk_bool);
-    const int speed = writer.addVariable("Speed", irsdk_float, 1, "m/s");
-    writer.addVariable("CarIdxLap", irsdk_int, 64);
-    writer.setOverrides(overrides);
-    if (!writer.open(path))
-        return false;
-    for (int i = 0; i < 180; ++i) {
-        writer.setValue(time, i / 60.0);
-        writer.setValue(tick, i);
-        writer.setValue(lap, 1 + i / 60);
-        writer.setValue(pct, (i % 60) / 60.0);
-        writer.setValue(onTrack, 1);
-        writer.setValue(speed, 50);
-        writer.appendRecord();
-    }
-    return writer.finish();
-}
-
 using Writer = std::function<bool(const QString &path)>;
 
 Writer session(const std::function<void(Options &)> &change)
@@ -162,7 +135,7 @@ Writer damaged(const std::function<void(IbtWriter::Overrides &)> &change)
     return [change](const QString &path) {
         IbtWriter::Overrides overrides;
         change(overrides);
-        return writeSmallFile(path, overrides);
+        return writeSmallFile(path, 180, overrides);
     };
 }
 
