@@ -28,12 +28,19 @@ std::optional<IdealLap> IdealLap::of(const Laps &laps, std::optional<double> tra
         if (!times || times->firstDistance() > lineShare * length
             || times->lastDistance() < (1.0 - lineShare) * length)
             continue;
+        // The samples' clock and the simulator's lap time can differ by part of a tick: the
+        // sectors are scaled to add up to the lap time, so that no lap beats the ideal one.
+        const double driven = times->at(length) - times->at(0.0);
+        if (!(driven > 0.0))
+            continue;
+        const double scale = LapTime::seconds(laps[i]->header().lapTime) / driven;
         ++ideal.m_lapCount;
         double start = times->at(0.0);
         for (int k = 0; k < sectors; ++k) {
             const double end = times->at(length * (k + 1) / sectors);
-            if (end - start < ideal.m_sectors[k].time)
-                ideal.m_sectors[k] = {end - start, i};
+            const double time = (end - start) * scale;
+            if (time < ideal.m_sectors[k].time)
+                ideal.m_sectors[k] = {time, i};
             start = end;
         }
     }

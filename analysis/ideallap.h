@@ -9,7 +9,8 @@
 // The lap a driver could put together from his own best parts: the track cut into equal
 // mini-sectors by lap distance, and the fastest time through each of them that any timed lap
 // drove, added up. A lap's time through a sector comes from its session time at the sector's
-// two ends (see TimeAtDistance).
+// two ends (see TimeAtDistance), scaled so that its sectors add up to its lap time: the ideal
+// lap is never slower than the best.
 class IdealLap
 {
 public:

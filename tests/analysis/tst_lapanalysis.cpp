@@ -66,6 +66,8 @@ private Q_SLOTS:
     void idealLapTakesTheBestOfEachSector_data();
     void idealLapTakesTheBestOfEachSector();
     void idealLapNeedsATimedWholeLap();
+    void idealLapAddsUpToTheLapTime_data();
+    void idealLapAddsUpToTheLapTime();
     void deltaByDistance();
     void summary();
     void lapSelection_data();
@@ -193,6 +195,37 @@ void tst_LapAnalysis::idealLapTakesTheBestOfEachSector()
     QVERIFY2(std::abs(ideal->time() - expected) < tickTolerance,
              qPrintable(QString::number(ideal->time())));
     QVERIFY(ideal->time() < LapTime::seconds(both[0]->header().lapTime));
+}
+
+void tst_LapAnalysis::idealLapAddsUpToTheLapTime_data()
+{
+    QTest::addColumn<int>("offsetMs");
+    QTest::newRow("lap time a tick under the samples' clock") << -17;
+    QTest::newRow("lap time as the samples give it") << 0;
+    QTest::newRow("lap time a tick over the samples' clock") << 17;
+}
+
+void tst_LapAnalysis::idealLapAddsUpToTheLapTime()
+{
+    // The simulator's lap time and the samples' clock differ by part of a tick: the ideal lap
+    // of one lap is that lap's time, never a little slower or faster.
+    QFETCH(int, offsetMs);
+    const QSharedPointer<Lap> lap = TestLaps::drive(1, TestLaps::Drive());
+    lap->header().lapTime = lap->header().lapTime.addMSecs(offsetMs);
+    const std::optional<IdealLap> ideal = IdealLap::of(laps({lap}), 1000.0);
+    QVERIFY(ideal);
+    QVERIFY2(std::abs(ideal->time() - LapTime::seconds(lap->header().lapTime)) < 1e-9,
+             qPrintable(QString::number(ideal->time(), 'f', 6)));
+
+    // Beside a slower lap, the ideal lap is at most the best.
+    TestLaps::Drive slower;
+    slower.speedAt = [](double) {
+        return 49.0;
+    };
+    const QSharedPointer<Lap> other = TestLaps::drive(2, slower);
+    const std::optional<IdealLap> both = IdealLap::of(laps({lap, other}), 1000.0);
+    QVERIFY(both);
+    QVERIFY(both->time() <= LapTime::seconds(lap->header().lapTime) + 1e-9);
 }
 
 void tst_LapAnalysis::idealLapNeedsATimedWholeLap()
