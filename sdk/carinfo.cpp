@@ -1,5 +1,7 @@
 #include "carinfo.h"
 
+#include "variantreader.h"
+
 #include <QMap>
 #include <QVariant>
 
@@ -38,7 +40,7 @@ QDataStream &operator<<(QDataStream &stream, const CarInfo &carInfo)
 QDataStream &operator>>(QDataStream &stream, CarInfo &carInfo)
 {
     QMap<QString, QVariant> fields;
-    stream >> fields;
+    VariantReader::read(stream, fields);
     // A missing key reads as an empty text, 0 or false: the stream has no defaults of its own.
     carInfo.carId = fields.value(carIdKey).toString();
     carInfo.sourceName = fields.value(sourceNameKey).toString();

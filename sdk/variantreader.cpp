@@ -1,0 +1,183 @@
+#include "variantreader.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QMap>
+#include <QtDebug>
+
+namespace ZUM::SDK {
+
+namespace {
+
+// The stream's status as a container read of Qt's leaves it: reset at the start unless a
+// transaction is under way, and an earlier failure restored at the end.
+class StatusKeeper
+{
+public:
+    explicit StatusKeeper(QDataStream &stream)
+        : m_stream(stream)
+        , m_old(stream.status())
+    {
+        if (!m_stream.isDeviceTransactionStarted())
+            m_stream.resetStatus();
+    }
+    ~StatusKeeper()
+    {
+        if (m_old != QDataStream::Ok) {
+            m_stream.resetStatus();
+            m_stream.setStatus(m_old);
+        }
+    }
+    StatusKeeper(const StatusKeeper &) = delete;
+    StatusKeeper &operator=(const StatusKeeper &) = delete;
+
+private:
+    QDataStream &m_stream;
+    const QDataStream::Status m_old;
+};
+
+} // namespace
+
+void VariantReader::read(QDataStream &stream, QVariantMap &map)
+{
+    if (stream.version() < QDataStream::Qt_6_0)
+        stream >> map;
+    else
+        VariantReader(stream).read(map);
+}
+
+// As QVariant::load reads a variant of a stream of version 6.0 or later.
+void VariantReader::read(QVariant &value)
+{
+    value = QVariant();
+    quint32 typeId = 0;
+    m_stream >> typeId;
+    qint8 null = 0;
+    m_stream >> null;
+    if (typeId == QMetaType::User) {
+        QByteArray name;
+        m_stream >> name;
+        typeId = QMetaType::fromName(name).id();
+        if (typeId == QMetaType::UnknownType) {
+            m_stream.setStatus(QDataStream::ReadCorruptData);
+            qWarning("QVariant::load: unknown user type with name %s.", name.constData());
+            return;
+        }
+    }
+    value = QVariant(QMetaType(int(typeId)));
+    if (!value.isValid())
+        return;
+    // A variant created empty is null; one that is written into is not. The stored flag is
+    // kept as a one-bit field keeps it: its lowest bit.
+    void *data = (null & 1) != 0 ? const_cast<void *>(value.constData()) : value.data();
+    if (!load(value.metaType(), data)) {
+        m_stream.setStatus(QDataStream::ReadCorruptData);
+        qWarning("QVariant::load: unable to load type %d.", int(typeId));
+    }
+}
+
+// The types whose own readers read variants are read here, so that a bit array inside them
+// is read here too.
+bool VariantReader::load(QMetaType type, void *data)
+{
+    switch (type.id()) {
+    case QMetaType::QBitArray:
+        read(*static_cast<QBitArray *>(data));
+        return true;
+    case QMetaType::QVariantList:
+        read(*static_cast<QVariantList *>(data));
+        return true;
+    case QMetaType::QVariantMap:
+        read(*static_cast<QVariantMap *>(data));
+        return true;
+    case QMetaType::QVariantHash:
+        read(*static_cast<QVariantHash *>(data));
+        return true;
+    case QMetaType::QVariantPair: {
+        auto &pair = *static_cast<QVariantPair *>(data);
+        read(pair.first);
+        read(pair.second);
+        return true;
+    }
+    default:
+        return type.load(m_stream, data);
+    }
+}
+
+// As Qt reads a bit array, but for a negative length.
+void VariantReader::read(QBitArray &bits)
+{
+    bits.clear();
+    quint64 stored = 0;
+    m_stream >> stored;
+    const qint64 length = qint64(stored);
+    if (length == 0)
+        return;
+    if (length < 0) {
+        m_stream.setStatus(QDataStream::ReadCorruptData);
+        return;
+    }
+    // In blocks, so that a length the stream cannot hold fails before it is all allocated.
+    constexpr qint64 step = 8 * 1024 * 1024;
+    const qint64 totalBytes = length / 8 + (length % 8 != 0 ? 1 : 0);
+    QByteArray bytes;
+    while (bytes.size() < totalBytes) {
+        const qsizetype at = bytes.size();
+        const qint64 block = qMin(step, totalBytes - at);
+        bytes.resize(at + block);
+        if (m_stream.readRawData(bytes.data() + at, int(block)) != block) {
+            m_stream.setStatus(QDataStream::ReadPastEnd);
+            return;
+        }
+    }
+    // Bits past the length in the last byte must be clear.
+    const qint64 paddingMask = ~((0x1 << (length & 0x7)) - 1);
+    if (paddingMask != ~0x0 && (bytes.back() & paddingMask) != 0) {
+        m_stream.setStatus(QDataStream::ReadCorruptData);
+        return;
+    }
+    bits = QBitArray::fromBits(bytes.constData(), length);
+}
+
+// As Qt reads a list of variants.
+void VariantReader::read(QVariantList &list)
+{
+    StatusKeeper keeper(m_stream);
+    list.clear();
+    quint32 count = 0;
+    m_stream >> count;
+    list.reserve(count);
+    for (quint32 i = 0; i < count; ++i) {
+        QVariant value;
+        read(value);
+        if (m_stream.status() != QDataStream::Ok) {
+            list.clear();
+            break;
+        }
+        list.append(value);
+    }
+}
+
+// As Qt reads a map or a hash of variants by name.
+template<typename Map>
+void VariantReader::read(Map &map)
+{
+    StatusKeeper keeper(m_stream);
+    map.clear();
+    quint32 count = 0;
+    m_stream >> count;
+    for (quint32 i = 0; i < count; ++i) {
+        QString key;
+        QVariant value;
+        m_stream >> key;
+        read(value);
+        if (m_stream.status() != QDataStream::Ok) {
+            map.clear();
+            break;
+        }
+        map.insert(key, value);
+    }
+}
+
+} // namespace ZUM::SDK
