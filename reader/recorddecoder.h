@@ -13,8 +13,9 @@
 #include <vector>
 
 // Decodes the records of one .ibt file into samples, by the variable descriptors that it
-// learns once per file. The import learns them on its own thread before the worker starts;
-// afterwards they are only read, by the worker that decodes.
+// learns once per file, and reads the decoded samples' variables, by position where it can.
+// The import learns the descriptors on its own thread before the worker starts; afterwards
+// they are only read, by the worker that decodes.
 class RecordDecoder
 {
 public:
