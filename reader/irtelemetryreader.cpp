@@ -187,6 +187,11 @@ bool iRTelemetryReader::updateCarList()
             update(info.carName, driver->value("CarScreenName"));
             update(info.className, driver->value("CarClassShortName"));
         }
+        m_namedCars.clear();
+        for (int c = 0; c < m_cars.size() && c < m_carInfos.size(); ++c) {
+            if (!m_carInfos[c].driverName.isEmpty())
+                m_namedCars.push_back(c);
+        }
         if (changed)
             return true;
     }
@@ -216,10 +221,8 @@ void iRTelemetryReader::prepareTick()
 {
     // A car that no tick has processed still holds its first state in all three places, with
     // no lap pending: shifting its history would change nothing.
-    for (qsizetype c = 0; c < m_cars.size(); ++c) {
-        if (m_active[size_t(c)])
-            m_cars[c].prepareTick();
-    }
+    for (const int c : m_activeCars)
+        m_cars[c].prepareTick();
     m_lastSessionKey = m_sessionKey;
 }
 
@@ -268,16 +271,22 @@ void iRTelemetryReader::processTick(QList<Sample> &samples)
     }
 
     const bool restarted = isSessionRestarted();
-    for (int c = 0; c < m_cars.size(); ++c) {
-        if (c < m_carInfos.size() && !m_carInfos[c].driverName.isEmpty())
-            processCar(c, playerSession, restarted);
+    for (const int c : m_namedCars)
+        processCar(c, playerSession, restarted);
+}
+
+void iRTelemetryReader::markActive(int carIdx)
+{
+    if (!m_active[size_t(carIdx)]) {
+        m_active[size_t(carIdx)] = true;
+        m_activeCars.push_back(carIdx);
     }
 }
 
 void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted)
 {
     RecorderCar &car = m_cars[carIdx];
-    m_active[size_t(carIdx)] = true;
+    markActive(carIdx);
     const DynamicData &values = car.sample.dynamicData;
 
     car.current.lapDistPct = m_decoder.readFloat(values, m_lapDistPctKey, -1.0f);
@@ -455,7 +464,7 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
 void iRTelemetryReader::processLap(int carIdx, bool completed)
 {
     RecorderCar &car = m_cars[carIdx];
-    m_active[size_t(carIdx)] = true;
+    markActive(carIdx);
     car.startLapPending = true;
     Lap *lap = car.lap.data();
     if (lap->isEmpty())

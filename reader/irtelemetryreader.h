@@ -112,6 +112,8 @@ private:
     using Variable = RecordDecoder::Variable;
 
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
+    // From now on the car's history shifts with every tick.
+    void markActive(int carIdx);
     // One car's part of a tick; only cars that the session text names a driver for.
     void processCar(int carIdx, int playerSession, bool restarted);
     void readOtherCar(int carIdx, int playerSession, bool &inPitStall, bool &onPitRoad,
@@ -132,6 +134,8 @@ private:
 
     QList<RecorderCar> m_cars;
     std::vector<bool> m_active; // per car: processed by a tick, or its lap closed, at least once
+    std::vector<int> m_activeCars; // those cars, in the order they became active
+    std::vector<int> m_namedCars; // cars the session text names a driver for, in slot order
     QList<RecorderCarInfo> m_carInfos;
     quint64 m_sessionKey = 0; // the running session's identity, from the session text
     quint64 m_lastSessionKey = 0; // the identity at the end of the previous tick
