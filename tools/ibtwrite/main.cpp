@@ -122,14 +122,14 @@ void applyHeaderField(IbtWriter::Overrides &overrides, const QString &assignment
 }
 
 // The command line's options: name, value name (empty for a switch) and help text.
-struct OptionSpec
+struct OptionText
 {
     QString name;
     QString valueName;
     QString description;
 };
 
-QList<OptionSpec> optionSpecs()
+QList<OptionText> optionTexts()
 {
     const SessionGenerator::Options defaults;
     const auto dflt = [](const QString &text, const auto &value) {
@@ -289,8 +289,8 @@ int main(int argc, char *argv[])
     parser.addVersionOption();
     parser.addPositionalArgument(QStringLiteral("OUTPUT.ibt"),
                                  QStringLiteral("The file to write."));
-    for (const OptionSpec &spec : optionSpecs())
-        parser.addOption(QCommandLineOption(spec.name, spec.description, spec.valueName));
+    for (const OptionText &option : optionTexts())
+        parser.addOption(QCommandLineOption(option.name, option.description, option.valueName));
 
     // Usage errors end with status 2, as command-line tools commonly do.
     QTextStream err(stderr);
