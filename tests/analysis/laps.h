@@ -83,7 +83,7 @@ inline QSharedPointer<ZUM::SDK::Lap> drive(int lapNumber, const Drive &drive)
     const double toLine = (end - distance.back()) / speed.back();
     const double seconds = time.back() - time.front() + fromLine + toLine;
     header.lapTime = header.completed ? QTime(0, 0).addMSecs(int(std::lround(seconds * 1000.0)))
-                                      : QTime(0, 59, 59);
+                                      : ZUM::SDK::UntimedLapTime;
     header.dynamicData.setValue(QStringLiteral("Track length"), drive.trackLength / 1000.0,
                                 QStringLiteral("km"));
     return lap;

@@ -88,7 +88,7 @@ void tst_LapAnalysis::lapTimeText_data()
     QTest::addColumn<QString>("text");
     QTest::newRow("a flying lap") << QTime(0, 1, 39, 612) << QStringLiteral("1:39.612");
     QTest::newRow("a short lap") << QTime(0, 0, 15, 98) << QStringLiteral("0:15.098");
-    QTest::newRow("the untimed marker") << QTime(0, 59, 59) << QStringLiteral("no time");
+    QTest::newRow("the untimed marker") << ZUM::SDK::UntimedLapTime << QStringLiteral("no time");
     QTest::newRow("no time at all") << QTime() << QStringLiteral("-");
     QTest::newRow("over an hour") << QTime(1, 2, 3, 4) << QStringLiteral("1:02:03.004");
 }
@@ -288,7 +288,7 @@ void tst_LapAnalysis::summary()
     }; // the fastest speed, on an untimed lap
     const QSharedPointer<Lap> untimed = TestLaps::drive(0, outLap);
     untimed->header().completed = true;
-    untimed->header().lapTime = QTime(0, 59, 59);
+    untimed->header().lapTime = ZUM::SDK::UntimedLapTime;
     const QList<QSharedPointer<Lap>> session
         = laps({untimed, TestLaps::drive(1, steady), TestLaps::drive(2, quicker),
                 TestLaps::drive(3, slower)});
@@ -375,8 +375,8 @@ void tst_LapAnalysis::lapSelection()
         auto lap = QSharedPointer<Lap>::create();
         lap->header().lapNumber = number;
         lap->header().completed = number < 7;
-        lap->header().lapTime
-            = number == 0 || number == 7 ? QTime(0, 59, 59) : QTime(0, 1, 40 - (number == 4));
+        lap->header().lapTime = number == 0 || number == 7 ? ZUM::SDK::UntimedLapTime
+                                                           : QTime(0, 1, 40 - (number == 4));
         if (number == 5)
             lap->header().lapTime = QTime(0, 1, 39, 500);
         session.append(lap);
