@@ -8,37 +8,6 @@
 
 namespace ZUM::SDK {
 
-namespace {
-
-// The stream's status as a container read of Qt's leaves it: reset at the start unless a
-// transaction is under way, and an earlier failure restored at the end.
-class StatusKeeper
-{
-public:
-    explicit StatusKeeper(QDataStream &stream)
-        : m_stream(stream)
-        , m_old(stream.status())
-    {
-        if (!m_stream.isDeviceTransactionStarted())
-            m_stream.resetStatus();
-    }
-    ~StatusKeeper()
-    {
-        if (m_old != QDataStream::Ok) {
-            m_stream.resetStatus();
-            m_stream.setStatus(m_old);
-        }
-    }
-    StatusKeeper(const StatusKeeper &) = delete;
-    StatusKeeper &operator=(const StatusKeeper &) = delete;
-
-private:
-    QDataStream &m_stream;
-    const QDataStream::Status m_old;
-};
-
-} // namespace
-
 void VariantReader::read(QDataStream &stream, QVariantMap &map)
 {
     if (stream.version() < QDataStream::Qt_6_0)
@@ -143,7 +112,8 @@ void VariantReader::read(QBitArray &bits)
 // As Qt reads a list of variants.
 void VariantReader::read(QVariantList &list)
 {
-    StatusKeeper keeper(m_stream);
+    // The status as Qt's own container readers leave it, by the class they use.
+    QtPrivate::StreamStateSaver keeper(&m_stream);
     list.clear();
     quint32 count = 0;
     m_stream >> count;
@@ -163,7 +133,8 @@ void VariantReader::read(QVariantList &list)
 template<typename Map>
 void VariantReader::read(Map &map)
 {
-    StatusKeeper keeper(m_stream);
+    // The status as Qt's own container readers leave it, by the class they use.
+    QtPrivate::StreamStateSaver keeper(&m_stream);
     map.clear();
     quint32 count = 0;
     m_stream >> count;
