@@ -1,9 +1,11 @@
 #include "recordinginfo.h"
 
 #include "ibtfile.h"
+#include "tyamltree.h"
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -52,6 +54,29 @@ QString problemOf(IbtFile::Status status, qint64 fileSize)
     return {};
 }
 
+// The starts of the track's sectors: each list item's SectorStartPct, in rising order, the line
+// first. A list that does not begin at the line, or whose starts repeat or leave the lap, is no
+// division of the lap that times can be given for.
+QList<double> sectorStartsOf(const TYamlTree &session)
+{
+    const TStringTree *sectors = session.pathSub("SplitTimeInfo/Sectors");
+    if (!sectors)
+        return {};
+    QList<double> starts;
+    for (const QString &key : sectors->subTreesKeys()) {
+        bool ok = false;
+        const double start = sectors->sub(key.toStdString())->value("SectorStartPct").toDouble(&ok);
+        if (!ok || !(start >= 0.0 && start < 1.0))
+            return {};
+        starts.append(start);
+    }
+    std::sort(starts.begin(), starts.end());
+    if (starts.isEmpty() || starts.front() != 0.0
+        || std::adjacent_find(starts.cbegin(), starts.cend()) != starts.cend())
+        return {};
+    return starts;
+}
+
 } // namespace
 
 RecordingInfo RecordingInfo::read(const QString &path)
@@ -78,6 +103,10 @@ RecordingInfo RecordingInfo::read(const QString &path)
         info.m_startSessionTime = startTime;
     info.m_wholeRecords = ibt.wholeRecords();
     info.m_partialRecordBytes = ibt.partialRecordBytes();
+    info.m_sessionText = QByteArray(ibt.sessionText());
+    TYamlTree session;
+    session.setYaml(ibt.sessionText());
+    info.m_sectorStarts = sectorStartsOf(session);
     return info;
 }
 

@@ -1,13 +1,16 @@
 #pragma once
 
+#include <QByteArray>
 #include <QDateTime>
+#include <QList>
 #include <QString>
 
 #include <optional>
 
 // What the file itself says of the recording, read with the project's read side of .ibt files
 // and never through the import: when the recording started, how many whole records it holds,
-// and, for a file that cannot be read, the reason in words a user acts on.
+// its session text and the track's sectors in it, and, for a file that cannot be read, the
+// reason in words a user acts on.
 class RecordingInfo
 {
 public:
@@ -22,6 +25,13 @@ public:
     // The session time of the first record.
     std::optional<double> startSessionTime() const { return m_startSessionTime; }
 
+    // The session-information text (Latin-1) as the import hands it on; empty when there is none.
+    QByteArray sessionText() const { return m_sessionText; }
+    // Where the track's own sectors start, as fractions of a lap from the line, rising, the
+    // first 0: the session text's SplitTimeInfo/Sectors. Empty when it lists none that make
+    // sense.
+    QList<double> sectorStarts() const { return m_sectorStarts; }
+
     qint64 wholeRecords() const { return m_wholeRecords; }
     qint64 partialRecordBytes() const { return m_partialRecordBytes; }
     // "no records", or how many whole records were read and how many bytes of a partial one
@@ -32,6 +42,8 @@ private:
     QString m_problem;
     QDateTime m_start;
     std::optional<double> m_startSessionTime;
+    QByteArray m_sessionText;
+    QList<double> m_sectorStarts;
     qint64 m_wholeRecords = 0;
     qint64 m_partialRecordBytes = 0;
 };
