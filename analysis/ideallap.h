@@ -6,11 +6,10 @@
 
 #include <optional>
 
-// The lap a driver could put together from his own best parts: the track cut into equal
-// mini-sectors by lap distance, and the fastest time through each of them that any timed lap
-// drove, added up. A lap's time through a sector comes from its session time at the sector's
-// two ends (see TimeAtDistance), scaled so that its sectors add up to its lap time: the ideal
-// lap is never slower than the best.
+// The lap a driver could put together from his own best parts: the track cut into sectors by
+// lap distance (equal mini-sectors, or the track's own), and the fastest time through each of
+// them that any timed lap drove, added up. A lap's sectors add up to its lap time (see
+// SectorTimes): the ideal lap is never slower than the best.
 class IdealLap
 {
 public:
@@ -26,6 +25,10 @@ public:
     // track length.
     static std::optional<IdealLap> of(const Laps &laps, std::optional<double> trackLength,
                                       int sectors = Sectors);
+    // The same over sectors that start at these fractions of a lap (the first 0, rising), such
+    // as the track's own.
+    static std::optional<IdealLap> of(const Laps &laps, std::optional<double> trackLength,
+                                      const QList<double> &sectorStarts);
 
     double time() const { return m_time; }
     const QList<Sector> &sectors() const { return m_sectors; }
@@ -33,6 +36,10 @@ public:
     int lapCount() const { return m_lapCount; }
 
 private:
+    // Over sectors that start at these lap distances in metres.
+    static std::optional<IdealLap> ofStarts(const Laps &laps, double trackLength,
+                                            const QList<double> &starts);
+
     double m_time = 0.0;
     QList<Sector> m_sectors;
     int m_lapCount = 0;
