@@ -19,19 +19,21 @@ endfunction()
 # The installed plug-in folder as seen from the tools' folder, for the hosts' default.
 zum_relative_path(ZUM_PLUGINDIR_FROM_BINDIR ${CMAKE_INSTALL_BINDIR} ${ZUM_INSTALL_PLUGINDIR})
 
-# zum_install_tool(TARGET): a command-line tool into bin/, finding the data model's library
-# from there.
-function(zum_install_tool target)
-    zum_relative_path(libdir ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR})
+# zum_install_into(TARGET DESTINATION): a binary into DESTINATION, with a runtime path that
+# leads from there to the data model's library.
+function(zum_install_into target destination)
+    zum_relative_path(libdir ${destination} ${CMAKE_INSTALL_LIBDIR})
     set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${libdir}")
-    install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS ${target} RUNTIME DESTINATION ${destination}
+                              LIBRARY DESTINATION ${destination})
 endfunction()
 
-# zum_install_plugin(TARGET): a plug-in into the plug-in folder, finding the data model's
-# library from there.
+# zum_install_tool(TARGET): a command-line tool into bin/.
+function(zum_install_tool target)
+    zum_install_into(${target} ${CMAKE_INSTALL_BINDIR})
+endfunction()
+
+# zum_install_plugin(TARGET): a plug-in into the plug-in folder.
 function(zum_install_plugin target)
-    zum_relative_path(libdir ${ZUM_INSTALL_PLUGINDIR} ${CMAKE_INSTALL_LIBDIR})
-    set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${libdir}")
-    install(TARGETS ${target} LIBRARY DESTINATION ${ZUM_INSTALL_PLUGINDIR}
-                              RUNTIME DESTINATION ${ZUM_INSTALL_PLUGINDIR})
+    zum_install_into(${target} ${ZUM_INSTALL_PLUGINDIR})
 endfunction()
