@@ -1,7 +1,8 @@
 # Shared by ./run and ./test: install what is missing, then configure and build incrementally.
 
-# Debian 12 packages the project builds with.
-ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev fonts-dejavu-core)
+# Debian 12 packages the project builds with; dpkg-dev (dpkg-shlibdeps) and file for the
+# Debian package's dependencies, which cpack computes.
+ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev fonts-dejavu-core dpkg-dev file)
 # clang with libFuzzer and its sanitizer runtimes, for the fuzz targets (build-fuzz).
 ZUM_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 

@@ -3,6 +3,9 @@
 #include "dataemitter.h"
 #include "plugininterfaceimport.h"
 
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
 #include <QObject>
 
 #include <exception>
@@ -11,6 +14,21 @@ PluginHost::PluginHost(const QString &pluginPath)
     : m_loader(pluginPath)
     , m_path(pluginPath)
 { }
+
+QString PluginHost::defaultPluginPath()
+{
+    const QDir toolDir(QCoreApplication::applicationDirPath());
+    const auto beside = [&toolDir](const QString &folder) {
+        return QDir::cleanPath(toolDir.absoluteFilePath(folder + QLatin1Char('/')
+                                                        + QStringLiteral(ZUM_PLUGIN_FILE_NAME)));
+    };
+    // The build folder: the tool in bin/, the plug-in in plugins/.
+    const QString built = beside(QStringLiteral("../plugins"));
+    if (QFileInfo::exists(built))
+        return built;
+    // An install under any prefix; also the path an error names when the plug-in is missing.
+    return beside(QStringLiteral(ZUM_INSTALLED_PLUGIN_DIR));
+}
 
 bool PluginHost::load()
 {

@@ -20,6 +20,10 @@ public:
 
     explicit PluginHost(const QString &pluginPath);
 
+    // The plug-in beside the running executable: in plugins/ when the tool runs from the
+    // build folder, else in the plug-in folder of the install it runs from (any prefix).
+    static QString defaultPluginPath();
+
     // Loads the library and asks it for the import interface; false with errorString() set
     // when either fails or the plug-in offers no format.
     bool load();

@@ -7,17 +7,9 @@
 #include "pluginhost.h"
 #include "reporter.h"
 
-#include <QDir>
 #include <QGuiApplication>
 
 namespace {
-
-QString defaultPluginPath()
-{
-    // Laid out as in the build folder: the tool in bin/, the plug-in in plugins/.
-    return QDir(QCoreApplication::applicationDirPath())
-        .absoluteFilePath(QStringLiteral("../plugins/") + QStringLiteral(ZUM_PLUGIN_FILE_NAME));
-}
 
 // The tool's output is its own: the Qt runtime's remarks ("XDG_RUNTIME_DIR not set" on
 // every run without a desktop session) and the plug-in's debug lines are no part of it.
@@ -56,7 +48,8 @@ int main(int argc, char *argv[])
         = commandLine.parse(QCoreApplication::arguments(), arguments.pluginValueMissing());
     const Options &options = commandLine.options();
     Reporter reporter(options.quiet);
-    PluginHost host(options.pluginPath.isEmpty() ? defaultPluginPath() : options.pluginPath);
+    PluginHost host(options.pluginPath.isEmpty() ? PluginHost::defaultPluginPath()
+                                                 : options.pluginPath);
     switch (request) {
     case CommandLine::Request::UsageError:
         reporter.usageError(commandLine.errorText());
