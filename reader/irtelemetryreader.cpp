@@ -131,8 +131,8 @@ void iRTelemetryReader::decodeRawData(const char *record, QList<Sample> &samples
         return;
     }
     // In a live recording the player's values come from the scalar variables, not from the
-    // player's element of the per-car arrays.
-    m_decoder.decodeAllCars(record, samples, m_myCarIdx, m_simMode == 0);
+    // player's element of the per-car arrays; in a replay, or when not known, from the arrays.
+    m_decoder.decodeAllCars(record, samples, m_myCarIdx, m_simMode == SimMode::Live);
 }
 
 void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const
@@ -143,12 +143,13 @@ void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const
 void iRTelemetryReader::setYaml(const char *text)
 {
     TYamlTree::setYaml(text);
-    if (m_simMode != -1)
+    if (m_simMode != SimMode::Unknown)
         return;
     const TStringTree *weekend = sub("WeekendInfo");
     if (!weekend)
         return;
-    m_simMode = weekend->value("SimMode") == QLatin1String("replay") ? 1 : 0;
+    m_simMode
+        = weekend->value("SimMode") == QLatin1String("replay") ? SimMode::Replay : SimMode::Live;
 }
 
 bool iRTelemetryReader::updateCarList()
@@ -214,7 +215,7 @@ void iRTelemetryReader::initialize()
     m_myCarOnly = false;
     m_sessionKey = 0;
     m_lastSessionKey = 0;
-    m_simMode = -1;
+    m_simMode = SimMode::Unknown;
 }
 
 void iRTelemetryReader::prepareTick()
@@ -390,9 +391,11 @@ void iRTelemetryReader::readPlayerCar(int carIdx, bool &inPitStall, bool &onPitR
     car.current.lap = m_decoder.readInt(values, m_lapKey, -1);
 
     // A replay says where the player's car stands; a live recording only whether it is on
-    // track, and a car that is not is taken as sitting in its stall.
-    const bool inStall = m_simMode != 0 ? m_decoder.readBool(values, m_playerCarInPitStallKey, true)
-                                        : !m_decoder.readBool(values, m_isOnTrackKey, false);
+    // track, and a car that is not is taken as sitting in its stall. A file of unknown mode is
+    // asked as a replay is.
+    const bool inStall = m_simMode != SimMode::Live
+        ? m_decoder.readBool(values, m_playerCarInPitStallKey, true)
+        : !m_decoder.readBool(values, m_isOnTrackKey, false);
     if (inStall) {
         inPitStall = true;
         onPitRoad = false;
@@ -400,8 +403,9 @@ void iRTelemetryReader::readPlayerCar(int carIdx, bool &inPitStall, bool &onPitR
         return;
     }
     onPitRoad = m_decoder.readBool(values, m_onPitRoadKey, false);
+    // A replay's own last-lap time; live, or of unknown mode, the lap's.
     car.current.lastLapTime = m_decoder.readFloat(
-        values, m_simMode == 1 ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
+        values, m_simMode == SimMode::Replay ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
     car.current.lapTime
         = m_decoder.readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
     inPitStall = false;
@@ -444,10 +448,10 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
 }
 
 // A replay that is not played at normal speed skips or repeats ticks: the lap under way can
-// no longer be trusted and is dropped.
+// no longer be trusted and is dropped. A file of unknown mode plays as recorded.
 bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
 {
-    if (m_simMode != 1 || !car.detailedTelemetry)
+    if (m_simMode != SimMode::Replay || !car.detailedTelemetry)
         return true;
     const Value *speed = m_decoder.validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
     if (!speed || std::abs(speed->toDouble() - 1.0) <= NormalPlaySpeedTolerance)
@@ -537,10 +541,10 @@ QSharedPointer<Lap> iRTelemetryReader::myLap() const
     return isValidCar(m_myCarIdx) ? m_cars[m_myCarIdx].lap : QSharedPointer<Lap>();
 }
 
-// A replay's lap clock runs with the replay, not with the lap.
+// A replay's lap clock runs with the replay, not with the lap; of unknown mode it is kept.
 void iRTelemetryReader::cleanupLap(int carIdx)
 {
-    if (m_simMode == 1)
+    if (m_simMode == SimMode::Replay)
         m_cars[carIdx].lap->removeRecordedChannel(m_lapCurrentLapTimeKey.name);
 }
 
@@ -550,10 +554,12 @@ void iRTelemetryReader::preprocessLap(int carIdx)
     DerivedChannels::applyYawOffset(lap);
     DerivedChannels::addFuelWeight(lap);
     // Outside replays the player's car records its own timing; other cars' laps and replays
-    // have it rebuilt from the session clock, with distance and speed outside replays.
-    if (carIdx == m_myCarIdx && m_simMode != 1)
+    // have it rebuilt from the session clock, with distance and speed only in a live
+    // recording. A file of unknown mode keeps the player's own timing, and other cars' laps get
+    // no distance and speed.
+    if (carIdx == m_myCarIdx && m_simMode != SimMode::Replay)
         return;
-    DerivedChannels::rebuildTiming(lap, m_simMode == 0);
+    DerivedChannels::rebuildTiming(lap, m_simMode == SimMode::Live);
 }
 
 void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &name)

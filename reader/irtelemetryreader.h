@@ -27,6 +27,14 @@ public:
         MyCarOnly = 1, // a tick carries the player's car alone (what the import uses)
     };
 
+    // What the session text says the file is; unknown until a text with the weekend's
+    // information is read. Every use of it decides on its own what unknown counts as.
+    enum class SimMode {
+        Unknown,
+        Live,
+        Replay,
+    };
+
     explicit iRTelemetryReader(Mode mode);
 
     // Raw extraction: one record of the file into the tick's samples, one per tracked car.
@@ -98,7 +106,7 @@ public:
     bool detailedTelemetry(int carIdx) const { return m_cars[carIdx].detailedTelemetry; }
 
     int myCarIdx() const { return m_myCarIdx; }
-    int simMode() const { return m_simMode; }
+    SimMode simMode() const { return m_simMode; }
     int maxCars() const { return m_maxCars; }
     bool myCarOnly() const { return m_myCarOnly; }
     Mode mode() const { return m_mode; }
@@ -127,7 +135,7 @@ private:
     bool m_myCarOnly;
     qint32 m_maxCars = IRSDK_MAX_CARS;
     qint32 m_myCarIdx = -1;
-    qint32 m_simMode = -1; // 1 replay, 0 live, -1 not known yet
+    SimMode m_simMode = SimMode::Unknown;
 
     RecordDecoder m_decoder;
     QList<ZUM::SDK::Sample> m_samples;
