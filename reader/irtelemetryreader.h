@@ -19,6 +19,22 @@
 
 // Replays the ticks of one .ibt file and cuts each car's driving into laps. The reader is
 // itself the root of the session-information tree.
+//
+// Where each rule of a lap lives:
+// - status (stall, pit lane, out or flying lap, waiting): RecorderCar::updateCarStatus
+// - start of a lap and of a stint: RecorderCar::startLap, RecorderCar::startStint, called
+//   from updateCarStatus and RecorderCar::prepareTick
+// - which tick's sample joins the lap: processCar, joinsLapUnderWay, replayPlaysAtNormalSpeed
+// - completion: RecorderCar::isLapCompleted
+// - abort: RecorderCar::isLapAborted
+// - restart (a new session, or the session number changes): isSessionRestarted
+// - number, stint, flying lap and time of a finished lap: processLap
+// - post-processing: processLap calls getSessionInfo (SessionHeader), cleanupLap,
+//   preprocessLap (DerivedChannels) and normalizeChannelBeginning
+// - the lap under way at the end of the file, empty laps dropped: replay() in
+//   plugin/irpluginimport.cpp
+// - dates: processLap stamps the hand-over; setStartTimes in plugin/irpluginimport.cpp
+//   sets what the host receives, counted back from the file's modification time
 class iRTelemetryReader : public TYamlTree
 {
 public:
