@@ -53,7 +53,9 @@ Replay replay(IbtFile &file, iRTelemetryReader &reader)
     Replay result;
     const qint64 budget = valuesPerFileByte * file.fileSize();
     qint64 values = 0;
-    TickStream ticks(file, reader);
+    // The variables are learnt here, on the importing thread, before the worker starts.
+    reader.prepareRawData(&file.header(), file.varHeaders());
+    TickStream ticks(file, reader.tickDecoding());
     while (QList<Sample> *tick = ticks.next()) {
         for (const Sample &sample : std::as_const(*tick))
             values += sample.dynamicData.size();

@@ -92,12 +92,12 @@ void iRTelemetryReader::recordRawData(const irsdk_header *header, const irsdk_va
 
 const QList<QString> &iRTelemetryReader::variableNames() const
 {
-    return m_decoder.variableNames();
+    return m_decoder->variableNames();
 }
 
 const QList<QString> &iRTelemetryReader::variableUnits() const
 {
-    return m_decoder.variableUnits();
+    return m_decoder->variableUnits();
 }
 
 void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
@@ -105,39 +105,29 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
                                         QList<Sample> &samples)
 {
     prepareRawData(header, varHeaders);
-    decodeRawData(record, samples);
+    tickDecoding().decode(record, samples);
 }
 
 // Names and units are converted once per file; every record is decoded with them.
 void iRTelemetryReader::prepareRawData(const irsdk_header *header,
                                        const irsdk_varHeader *varHeaders)
 {
-    if (m_decoder.isLearnt())
+    if (m_decoder->isLearnt())
         return;
-    m_decoder.learn(header, varHeaders);
+    m_decoder->learn(header, varHeaders);
     for (Variable *variable :
          {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
           &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey, &m_lapLastLapTimeKey,
           &m_lapCurrentLapTimeKey, &m_onPitRoadKey, &m_playerCarInPitStallKey, &m_isOnTrackKey,
           &m_replayPlaySpeedKey})
-        variable->position = m_decoder.position(variable->name);
+        variable->position = m_decoder->position(variable->name);
 }
 
-void iRTelemetryReader::decodeRawData(const char *record, QList<Sample> &samples) const
+TickDecoding iRTelemetryReader::tickDecoding() const
 {
-    if (m_myCarOnly) {
-        if (!samples.isEmpty() && m_myCarIdx >= 0)
-            m_decoder.decodeMyCar(record, samples[0]);
-        return;
-    }
     // In a live recording the player's values come from the scalar variables, not from the
     // player's element of the per-car arrays; in a replay, or when not known, from the arrays.
-    m_decoder.decodeAllCars(record, samples, m_myCarIdx, m_simMode == SimMode::Live);
-}
-
-void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const
-{
-    m_decoder.recycle(samples);
+    return TickDecoding(m_decoder, m_myCarIdx, m_myCarOnly, m_simMode == SimMode::Live, m_maxCars);
 }
 
 void iRTelemetryReader::setYaml(const char *text)
@@ -267,7 +257,7 @@ void iRTelemetryReader::processTick(QList<Sample> &samples)
     int playerSession = -1;
     if (isValidCar(m_myCarIdx)) {
         RecorderCar &mine = m_cars[m_myCarIdx];
-        playerSession = m_decoder.readInt(mine.sample.dynamicData, m_sessionNumKey, -1);
+        playerSession = m_decoder->readInt(mine.sample.dynamicData, m_sessionNumKey, -1);
         mine.current.sessionNum = playerSession;
     }
 
@@ -290,14 +280,14 @@ void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted
     markActive(carIdx);
     const DynamicData &values = car.sample.dynamicData;
 
-    car.current.lapDistPct = m_decoder.readFloat(values, m_lapDistPctKey, -1.0f);
-    car.current.lapDist = m_decoder.readFloat(values, m_lapDistKey, -1.0f);
-    car.current.sessionState = m_decoder.readInt(values, m_sessionStateKey, 0);
-    car.current.speed = m_decoder.readFloat(values, m_speedKey, -1.0f);
+    car.current.lapDistPct = m_decoder->readFloat(values, m_lapDistPctKey, -1.0f);
+    car.current.lapDist = m_decoder->readFloat(values, m_lapDistKey, -1.0f);
+    car.current.sessionState = m_decoder->readInt(values, m_sessionStateKey, 0);
+    car.current.speed = m_decoder->readFloat(values, m_speedKey, -1.0f);
 
     // A car whose tick counter did not move has no new data. Files without a tick counter (the
     // oldest format) count every record as new.
-    if (const Value *tick = m_decoder.validValue(values, m_sessionTickKey)) {
+    if (const Value *tick = m_decoder->validValue(values, m_sessionTickKey)) {
         car.current.sessionTick = tick->toULongLong();
         if (car.current.sessionTick == car.previous.sessionTick)
             return;
@@ -370,14 +360,14 @@ void iRTelemetryReader::readOtherCar(int carIdx, int playerSession, bool &inPitS
         break;
     }
     if (car.current.lap == -1) {
-        if (const Value *lapCompleted = m_decoder.validValue(values, m_lapCompletedKey))
+        if (const Value *lapCompleted = m_decoder->validValue(values, m_lapCompletedKey))
             car.current.lap = lapCompleted->toInt() + 1;
-        car.current.lastLapTime = m_decoder.readFloat(values, m_lastLapTimeKey, -1.0f);
+        car.current.lastLapTime = m_decoder->readFloat(values, m_lastLapTimeKey, -1.0f);
     }
 
     // Without a pit-road flag the car is taken as on pit road; standing still there, it is
     // in its stall.
-    onPitRoad = m_decoder.readBool(values, m_onPitRoadKey, true);
+    onPitRoad = m_decoder->readBool(values, m_onPitRoadKey, true);
     const float moved = car.current.lapDistPct - car.previous.lapDistPct;
     inPitStall = onPitRoad && std::abs(double(moved)) < StandingStillLapFraction;
     onTrack = !onPitRoad;
@@ -388,26 +378,26 @@ void iRTelemetryReader::readPlayerCar(int carIdx, bool &inPitStall, bool &onPitR
     RecorderCar &car = m_cars[carIdx];
     const DynamicData &values = car.sample.dynamicData;
 
-    car.current.lap = m_decoder.readInt(values, m_lapKey, -1);
+    car.current.lap = m_decoder->readInt(values, m_lapKey, -1);
 
     // A replay says where the player's car stands; a live recording only whether it is on
     // track, and a car that is not is taken as sitting in its stall. A file of unknown mode is
     // asked as a replay is.
     const bool inStall = m_simMode != SimMode::Live
-        ? m_decoder.readBool(values, m_playerCarInPitStallKey, true)
-        : !m_decoder.readBool(values, m_isOnTrackKey, false);
+        ? m_decoder->readBool(values, m_playerCarInPitStallKey, true)
+        : !m_decoder->readBool(values, m_isOnTrackKey, false);
     if (inStall) {
         inPitStall = true;
         onPitRoad = false;
         onTrack = false;
         return;
     }
-    onPitRoad = m_decoder.readBool(values, m_onPitRoadKey, false);
+    onPitRoad = m_decoder->readBool(values, m_onPitRoadKey, false);
     // A replay's own last-lap time; live, or of unknown mode, the lap's.
-    car.current.lastLapTime = m_decoder.readFloat(
+    car.current.lastLapTime = m_decoder->readFloat(
         values, m_simMode == SimMode::Replay ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
     car.current.lapTime
-        = m_decoder.readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
+        = m_decoder->readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
     inPitStall = false;
     onTrack = !onPitRoad;
 }
@@ -428,7 +418,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
     const CarStatus status = car.current.status;
     if (car.lap->isEmpty() && (status == CarStatus::InPitStall || status == CarStatus::InPitLane))
         return false;
-    if (const Value *speed = m_decoder.validValue(car.sample.dynamicData, m_speedKey);
+    if (const Value *speed = m_decoder->validValue(car.sample.dynamicData, m_speedKey);
         speed && speed->toDouble() < MinimumRecordedSpeed)
         return false;
 
@@ -453,7 +443,7 @@ bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
 {
     if (m_simMode != SimMode::Replay || !car.detailedTelemetry)
         return true;
-    const Value *speed = m_decoder.validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
+    const Value *speed = m_decoder->validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
     if (!speed || std::abs(speed->toDouble() - 1.0) <= NormalPlaySpeedTolerance)
         return true;
     if (!car.lap->isEmpty()) {

@@ -5,6 +5,7 @@
 #include "recorddecoder.h"
 #include "recordercar.h"
 #include "recordercarinfo.h"
+#include "tickdecoding.h"
 #include "tyamltree.h"
 
 #include "lap.h"
@@ -15,6 +16,7 @@
 #include <QString>
 #include <QUuid>
 
+#include <memory>
 #include <vector>
 
 // Replays the ticks of one .ibt file and cuts each car's driving into laps. The reader is
@@ -64,12 +66,10 @@ public:
     // Learns the variables from the file's descriptors, once per file: the first extraction
     // does it when nothing has before.
     void prepareRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders);
-    // Extraction once the variables are learnt: it changes nothing of the reader, so another
-    // thread may run it while this one processes ticks.
-    void decodeRawData(const char *record, QList<ZUM::SDK::Sample> &samples) const;
-    // Readies samples that processTick() gave back for decoding the next record into them: as
-    // good as new samples, but keeping the storage of their values.
-    void recycleRawData(QList<ZUM::SDK::Sample> &samples) const;
+    // The extraction once the variables are learnt, as a value that another thread may decode
+    // with while this one processes ticks: what it holds of the reader is fixed when it is
+    // made (the player's car slot and the simulation mode from the session text).
+    TickDecoding tickDecoding() const;
 
     // Tick processing: prepareTick(), then one of the process calls, once per tick.
     void prepareTick();
@@ -153,7 +153,8 @@ private:
     qint32 m_myCarIdx = -1;
     SimMode m_simMode = SimMode::Unknown;
 
-    RecordDecoder m_decoder;
+    // Learnt once per file, then shared unchanged with the decoding worker.
+    std::shared_ptr<RecordDecoder> m_decoder = std::make_shared<RecordDecoder>();
     QList<ZUM::SDK::Sample> m_samples;
 
     QList<RecorderCar> m_cars;
