@@ -54,7 +54,7 @@ Replay replay(IbtFile &file, iRTelemetryReader &reader)
     const qint64 budget = valuesPerFileByte * file.fileSize();
     qint64 values = 0;
     // The variables are learnt here, on the importing thread, before the worker starts.
-    reader.prepareRawData(&file.header(), file.varHeaders());
+    reader.prepareRawData(file);
     TickStream ticks(file, reader.tickDecoding());
     while (QList<Sample> *tick = ticks.next()) {
         for (const Sample &sample : std::as_const(*tick))

@@ -108,13 +108,26 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
     tickDecoding().decode(record, samples);
 }
 
-// Names and units are converted once per file; every record is decoded with them.
 void iRTelemetryReader::prepareRawData(const irsdk_header *header,
                                        const irsdk_varHeader *varHeaders)
 {
     if (m_decoder->isLearnt())
         return;
-    m_decoder->learn(header, varHeaders);
+    const qint64 count = qMax(header->numVars, 0);
+    learnVariables(varHeaders, count, IbtVariable::plan(varHeaders, count, header->bufLen));
+}
+
+void iRTelemetryReader::prepareRawData(const IbtFile &file)
+{
+    if (!m_decoder->isLearnt())
+        learnVariables(file.varHeaders(), file.varHeaderCount(), file.variables());
+}
+
+// Names and units are converted once per file; every record is decoded with them.
+void iRTelemetryReader::learnVariables(const irsdk_varHeader *varHeaders, qint64 count,
+                                       QList<IbtVariable> plan)
+{
+    m_decoder->learn(varHeaders, count, std::move(plan));
     for (Variable *variable :
          {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
           &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey, &m_lapLastLapTimeKey,

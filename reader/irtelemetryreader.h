@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ibtfile.h"
 #include "irsdk.h"
 #include "lapkeys.h"
 #include "recorddecoder.h"
@@ -66,6 +67,8 @@ public:
     // Learns the variables from the file's descriptors, once per file: the first extraction
     // does it when nothing has before.
     void prepareRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders);
+    // The same for an open file, with the decode plan the file has made.
+    void prepareRawData(const IbtFile &file);
     // The extraction once the variables are learnt, as a value that another thread may decode
     // with while this one processes ticks: what it holds of the reader is fixed when it is
     // made (the player's car slot and the simulation mode from the session text).
@@ -136,6 +139,7 @@ private:
     using Variable = RecordDecoder::Variable;
 
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
+    void learnVariables(const irsdk_varHeader *varHeaders, qint64 count, QList<IbtVariable> plan);
     // From now on the car's history shifts with every tick.
     void markActive(int carIdx);
     // One car's part of a tick; only cars that the session text names a driver for.
