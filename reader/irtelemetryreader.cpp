@@ -247,11 +247,6 @@ bool iRTelemetryReader::isCarInWorld(int carIdx) const
     return double(m_cars[carIdx].current.lapDistPct) > InWorldLapFraction;
 }
 
-void iRTelemetryReader::processRawData(QList<Sample> samples)
-{
-    processTick(samples);
-}
-
 void iRTelemetryReader::processTick(QList<Sample> &samples)
 {
     // The tick's samples go to the cars they belong to.

@@ -74,16 +74,13 @@ public:
     // made (the player's car slot and the simulation mode from the session text).
     TickDecoding tickDecoding() const;
 
-    // Tick processing: prepareTick(), then one of the process calls, once per tick.
+    // Tick processing: prepareTick(), then processTick() or processData(), once per tick.
     void prepareTick();
-    // The tick's samples are taken over by the cars: pass the list with std::move when it is
-    // not needed afterwards.
-    void processRawData(QList<ZUM::SDK::Sample> samples);
-    // The same, but the cars swap samples with the list: they take this tick's and leave their
-    // previous ones in it, for the decoder to refill.
+    // The tick's rules, the one place they live: the cars swap samples with the list, taking
+    // this tick's and leaving their previous ones in it, for the decoder to refill.
     void processTick(QList<ZUM::SDK::Sample> &samples);
-    void processData(QList<ZUM::SDK::Sample> samples) { processRawData(std::move(samples)); }
-    void processRecordedData() { processRawData(m_samples); }
+    // The same tick for samples the caller no longer needs: they are taken over by the cars.
+    void processData(QList<ZUM::SDK::Sample> samples) { processTick(samples); }
     // Forgets the player's car, the session and whether the file is a replay, and takes every
     // later tick as carrying all car slots; mode() and how the cars decide a lap's completion
     // stay as constructed.
