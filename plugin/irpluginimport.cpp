@@ -12,6 +12,7 @@
 
 #include <new>
 
+using ZUM::SDK::Channel;
 using ZUM::SDK::Lap;
 using ZUM::SDK::Sample;
 using Laps = QList<QSharedPointer<Lap>>;
@@ -35,15 +36,22 @@ struct Replay
 };
 
 // A finished lap keeps its channels for as long as the host does: without the room they kept
-// for growing, which would otherwise add up to half the laps' size again.
+// for growing, which would otherwise add up to half the laps' size again. A channel that
+// reserved about its lap's length keeps its little room rather than be copied once more.
+void shrink(Channel &channel)
+{
+    if (channel.capacity() - channel.size() > channel.size() / 8)
+        channel.shrinkToFit();
+}
+
 void appendIfNotEmpty(Laps &laps, const QSharedPointer<Lap> &lap)
 {
     if (!lap || lap->isEmpty())
         return;
     for (const QString &name : lap->getAvailableRecordedChannels())
-        lap->channel(name)->shrinkToFit();
+        shrink(*lap->channel(name));
     for (const QString &name : lap->getAvailableCalculatedChannels())
-        lap->calculatedChannel(name)->shrinkToFit();
+        shrink(*lap->calculatedChannel(name));
     laps.append(lap);
 }
 

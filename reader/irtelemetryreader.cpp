@@ -341,7 +341,20 @@ void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted
         return;
 
     if (joinsLapUnderWay(car) && replayPlaysAtNormalSpeed(car))
-        car.lap->addSample(car.sample);
+        addSample(car, *car.lap);
+}
+
+// A lap's first sample makes its channels; they reserve room for a little more than the car's
+// last lap held, so that a lap like it is written once, in place, instead of growing by copies.
+void iRTelemetryReader::addSample(const RecorderCar &car, Lap &lap)
+{
+    const bool first = lap.isEmpty();
+    lap.addSample(car.sample);
+    if (!first || car.lastLapSamples <= 0)
+        return;
+    const qint64 room = car.lastLapSamples + car.lastLapSamples / 16;
+    for (const QString &name : lap.getAvailableRecordedChannels())
+        lap.channel(name)->reserve(room);
 }
 
 // Other cars carry few variables: their lap comes from the session's results, their pit
@@ -439,7 +452,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
     }
     const double highest = maximum->toFloat();
     if (highest > WrapFromLapFraction && highest - double(fraction) > WrapLapFractionDrop) {
-        car.nextLap->addSample(car.sample);
+        addSample(car, *car.nextLap);
         return false;
     }
     return true;
@@ -471,6 +484,7 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
     Lap *lap = car.lap.data();
     if (lap->isEmpty())
         return;
+    car.lastLapSamples = lap->size();
     ZUM::SDK::LapHeader &header = lap->header();
 
     if (car.previous.status == CarStatus::OutLap)

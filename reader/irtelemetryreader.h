@@ -146,6 +146,7 @@ private:
     void readPlayerCar(int carIdx, bool &inPitStall, bool &onPitRoad, bool &onTrack);
     void readSessionType(RecorderCar &car, int playerSession) const;
     bool joinsLapUnderWay(RecorderCar &car);
+    void addSample(const RecorderCar &car, ZUM::SDK::Lap &lap);
     bool replayPlaysAtNormalSpeed(RecorderCar &car);
 
     const Mode m_mode;
