@@ -2,6 +2,7 @@
 
 #include "ibtfile.h"
 #include "irtelemetryreader.h"
+#include "playerlapreplay.h"
 #include "tickstream.h"
 
 #include <QDateTime>
@@ -44,9 +45,9 @@ void shrink(Channel &channel)
         channel.shrinkToFit();
 }
 
-void appendIfNotEmpty(Laps &laps, const QSharedPointer<Lap> &lap)
+void append(Laps &laps, const QSharedPointer<Lap> &lap)
 {
-    if (!lap || lap->isEmpty())
+    if (!lap)
         return;
     for (const QString &name : lap->getAvailableRecordedChannels())
         shrink(*lap->channel(name));
@@ -64,6 +65,7 @@ Replay replay(IbtFile &file, iRTelemetryReader &reader)
     // The variables are learnt here, on the importing thread, before the worker starts.
     reader.prepareRawData(file);
     TickStream ticks(file, reader.tickDecoding());
+    PlayerLapReplay laps(reader);
     while (QList<Sample> *tick = ticks.next()) {
         for (const Sample &sample : std::as_const(*tick))
             values += sample.dynamicData.size();
@@ -72,18 +74,13 @@ Replay replay(IbtFile &file, iRTelemetryReader &reader)
             result.overBudget = true;
             break;
         }
-        reader.prepareTick();
-        reader.processTick(*tick);
-        if (reader.isMyLapReady())
-            appendIfNotEmpty(result.laps, reader.myLap());
+        append(result.laps, laps.tick(*tick));
     }
     result.ticks = ticks.ticks();
 
-    // The lap under way when the file ended, unless the last record already handed it over.
-    if (!result.overBudget && !reader.isMyLapReady()) {
-        reader.processMyLap(false);
-        appendIfNotEmpty(result.laps, reader.myLap());
-    }
+    // The lap under way when the file ended; none when reading stopped over the budget.
+    if (!result.overBudget)
+        append(result.laps, laps.finish());
     return result;
 }
 

@@ -34,8 +34,8 @@
 // - number, stint, flying lap and time of a finished lap: processLap
 // - post-processing: processLap calls getSessionInfo (SessionHeader), cleanupLap,
 //   preprocessLap (DerivedChannels) and normalizeChannelBeginning
-// - the lap under way at the end of the file, empty laps dropped: replay() in
-//   plugin/irpluginimport.cpp
+// - which laps a replay yields (the lap under way at the end, empty laps dropped):
+//   PlayerLapReplay::tick and PlayerLapReplay::finish
 // - dates: processLap stamps the hand-over; setStartTimes in plugin/irpluginimport.cpp
 //   sets what the host receives, counted back from the file's modification time
 class iRTelemetryReader : public TYamlTree
