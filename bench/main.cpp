@@ -18,7 +18,6 @@
 
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -35,30 +34,8 @@ struct Measure
 
 double elementValue(const IbtVariable &variable, const char *record, int i)
 {
-    const char *at = variable.element(record, i);
-    switch (variable.type) {
-    case irsdk_char:
-        return double(int8_t(*at));
-    case irsdk_bool:
-        return *at != 0;
-    case irsdk_int:
-    case irsdk_bitField: {
-        int32_t value;
-        std::memcpy(&value, at, sizeof value);
-        return value;
-    }
-    case irsdk_float: {
-        float value;
-        std::memcpy(&value, at, sizeof value);
-        return value;
-    }
-    case irsdk_double: {
-        double value;
-        std::memcpy(&value, at, sizeof value);
-        return value;
-    }
-    }
-    return 0.0;
+    return IbtVariable::visit(variable.type, variable.element(record, i),
+                              [](auto value) { return double(value); });
 }
 
 // The kernel's record of the highest resident set, reset before each phase. Where the

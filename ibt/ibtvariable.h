@@ -29,6 +29,12 @@ struct IbtVariable
     // Element i as the simulator's type: int for char, int and bit field, then bool, float
     // and double.
     QVariant variant(const char *record, int i) const;
+    // The one decoding of a value by its type code: the value at `at` as that type (int for
+    // char, int and bit field, then bool, float and double), handed to the visitor, whose result
+    // is returned. An unknown type code, which no decode plan holds, gives the visitor's result
+    // type default-made.
+    template<typename Visitor>
+    static auto visit(irsdk_VarType type, const char *at, Visitor &&visitor);
 
     // The descriptor's own texts, which the file does not promise to terminate.
     static QString nameOf(const irsdk_varHeader &descriptor);
@@ -40,30 +46,36 @@ struct IbtVariable
                                    qint64 recordLength);
 };
 
-inline QVariant IbtVariable::variant(const char *record, int i) const
+template<typename Visitor>
+auto IbtVariable::visit(irsdk_VarType type, const char *at, Visitor &&visitor)
 {
-    const char *at = element(record, i);
+    using Result = decltype(visitor(0));
     switch (type) {
     case irsdk_char:
-        return QVariant(int(int8_t(*at)));
+        return visitor(int(int8_t(*at)));
     case irsdk_bool:
-        return QVariant(*at != 0);
+        return visitor(*at != 0);
     case irsdk_int:
     case irsdk_bitField: {
         int32_t value;
         std::memcpy(&value, at, sizeof value);
-        return QVariant(int(value));
+        return visitor(int(value));
     }
     case irsdk_float: {
         float value;
         std::memcpy(&value, at, sizeof value);
-        return QVariant(value);
+        return visitor(value);
     }
     case irsdk_double: {
         double value;
         std::memcpy(&value, at, sizeof value);
-        return QVariant(value);
+        return visitor(value);
     }
     }
-    return QVariant();
+    return Result();
+}
+
+inline QVariant IbtVariable::variant(const char *record, int i) const
+{
+    return visit(type, element(record, i), [](auto value) { return QVariant(value); });
 }

@@ -22,6 +22,8 @@ public:
         std::unique_lock lock(m_mutex);
         if (m_closed)
             throw std::logic_error("Panic! Push to a closed channel");
+        if (m_size >= Capacity)
+            ++m_fullWaits;
         m_changed.wait(lock, [this] { return m_size < Capacity; });
         append(std::move(item));
     }
@@ -50,6 +52,13 @@ public:
     {
         std::lock_guard lock(m_mutex);
         return takeFront(out);
+    }
+
+    // Pushes so far that found the channel full and waited for a pop: the producer ran ahead.
+    int fullWaits() const
+    {
+        std::lock_guard lock(m_mutex);
+        return m_fullWaits;
     }
 
     void close()
@@ -81,7 +90,8 @@ private:
     std::array<T, Capacity> m_items {};
     int m_front = 0;
     int m_size = 0;
-    std::mutex m_mutex;
+    int m_fullWaits = 0;
+    mutable std::mutex m_mutex;
     // One condition for both directions: there is one producer and one consumer, and each
     // waiter tests its own condition again after every wake-up.
     std::condition_variable m_changed;

@@ -2,6 +2,7 @@
 
 #include "ibtfile.h"
 #include "irtelemetryreader.h"
+#include "playerlapreplay.h"
 #include "tickstream.h"
 
 #include <QDateTime>
@@ -12,6 +13,7 @@
 
 #include <new>
 
+using ZUM::SDK::Channel;
 using ZUM::SDK::Lap;
 using ZUM::SDK::Sample;
 using Laps = QList<QSharedPointer<Lap>>;
@@ -35,15 +37,22 @@ struct Replay
 };
 
 // A finished lap keeps its channels for as long as the host does: without the room they kept
-// for growing, which would otherwise add up to half the laps' size again.
-void appendIfNotEmpty(Laps &laps, const QSharedPointer<Lap> &lap)
+// for growing, which would otherwise add up to half the laps' size again. A channel that
+// reserved about its lap's length keeps its little room rather than be copied once more.
+void shrink(Channel &channel)
 {
-    if (!lap || lap->isEmpty())
+    if (channel.capacity() - channel.size() > channel.size() / 8)
+        channel.shrinkToFit();
+}
+
+void append(Laps &laps, const QSharedPointer<Lap> &lap)
+{
+    if (!lap)
         return;
     for (const QString &name : lap->getAvailableRecordedChannels())
-        lap->channel(name)->shrinkToFit();
+        shrink(*lap->channel(name));
     for (const QString &name : lap->getAvailableCalculatedChannels())
-        lap->calculatedChannel(name)->shrinkToFit();
+        shrink(*lap->calculatedChannel(name));
     laps.append(lap);
 }
 
@@ -53,7 +62,10 @@ Replay replay(IbtFile &file, iRTelemetryReader &reader)
     Replay result;
     const qint64 budget = valuesPerFileByte * file.fileSize();
     qint64 values = 0;
-    TickStream ticks(file, reader);
+    // The variables are learnt here, on the importing thread, before the worker starts.
+    reader.prepareRawData(file);
+    TickStream ticks(file, reader.tickDecoding());
+    PlayerLapReplay laps(reader);
     while (QList<Sample> *tick = ticks.next()) {
         for (const Sample &sample : std::as_const(*tick))
             values += sample.dynamicData.size();
@@ -62,18 +74,13 @@ Replay replay(IbtFile &file, iRTelemetryReader &reader)
             result.overBudget = true;
             break;
         }
-        reader.prepareTick();
-        reader.processTick(*tick);
-        if (reader.isMyLapReady())
-            appendIfNotEmpty(result.laps, reader.myLap());
+        append(result.laps, laps.tick(*tick));
     }
     result.ticks = ticks.ticks();
 
-    // The lap under way when the file ended, unless the last record already handed it over.
-    if (!result.overBudget && !reader.isMyLapReady()) {
-        reader.processMyLap(false);
-        appendIfNotEmpty(result.laps, reader.myLap());
-    }
+    // The lap under way when the file ended; none when reading stopped over the budget.
+    if (!result.overBudget)
+        append(result.laps, laps.finish());
     return result;
 }
 

@@ -3,7 +3,6 @@
 #include "boundedchannel.h"
 
 #include "ibtfile.h"
-#include "irtelemetryreader.h"
 
 #include <algorithm>
 #include <memory>
@@ -26,13 +25,11 @@ struct TickStream::Channels
     Channel<Batch, 8> spent; // importer to worker, to be refilled
 };
 
-TickStream::TickStream(IbtFile &file, iRTelemetryReader &reader)
+TickStream::TickStream(IbtFile &file, TickDecoding decoding)
     : m_file(file)
-    , m_reader(reader)
+    , m_decoding(std::move(decoding))
     , m_channels(std::make_unique<Channels>())
 {
-    // The variables are learnt here, on the importing thread: the worker only reads them.
-    m_reader.prepareRawData(&m_file.header(), m_file.varHeaders());
     m_worker = std::thread(&TickStream::decode, this);
 }
 
@@ -52,7 +49,7 @@ void TickStream::decode()
              m_file.wholeRecords()});
         if (perRead > 0) {
             const auto buffer = std::make_unique_for_overwrite<char[]>(size_t(perRead * length));
-            const int samplesPerTick = m_reader.myCarOnly() ? 1 : m_reader.maxCars();
+            const int samplesPerTick = m_decoding.samplesPerTick();
             while (!m_stopping) {
                 const qint64 records = m_file.readRecords(buffer.get(), perRead);
                 if (records == 0)
@@ -63,8 +60,8 @@ void TickStream::decode()
                     batch.ticks.resize(size_t(records), QList<Sample>(samplesPerTick));
                 for (qint64 r = 0; r < records; ++r) {
                     QList<Sample> &tick = batch.ticks[size_t(r)];
-                    m_reader.recycleRawData(tick);
-                    m_reader.decodeRawData(buffer.get() + r * length, tick);
+                    m_decoding.recycle(tick);
+                    m_decoding.decode(buffer.get() + r * length, tick);
                 }
                 batch.count = records;
                 m_channels->decoded.push(std::move(batch));

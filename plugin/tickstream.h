@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sample.h"
+#include "tickdecoding.h"
 
 #include <QList>
 
@@ -11,7 +12,6 @@
 #include <vector>
 
 class IbtFile;
-class iRTelemetryReader;
 
 // The records of a file, decoded on a worker thread and handed over tick by tick, in order.
 //
@@ -19,16 +19,16 @@ class iRTelemetryReader;
 // with goes back to the worker, which decodes the next records into the same samples: once
 // the first batches have gone round, decoding allocates nothing.
 //
-// Threads: the worker owns the file's records, the record buffer and the batches it fills; it
-// decodes with the reader's extraction tables, which the importing thread prepares before the
-// worker starts and which nothing changes afterwards. The importing thread owns the reader's
-// state, the laps and the batch it is reading. The two share only the channels.
+// Threads: the worker owns the file's records, the record buffer, the batches it fills and its
+// TickDecoding, a value made before it starts (the decode plan, which nothing changes once
+// learnt, the player's car slot and the simulation mode's choice of the player's values). The
+// importing thread owns the reader, the laps and the batch it is reading. Besides the decode
+// plan, which neither changes, the two share only the channels.
 class TickStream
 {
 public:
-    // Prepares the reader's extraction for the file and starts the worker. The file must be
-    // open and stay so, as must the reader, until the stream is destroyed.
-    TickStream(IbtFile &file, iRTelemetryReader &reader);
+    // Starts the worker. The file must be open and stay so until the stream is destroyed.
+    TickStream(IbtFile &file, TickDecoding decoding);
     // Stops the worker and waits for it.
     ~TickStream();
     TickStream(const TickStream &) = delete;
@@ -56,7 +56,7 @@ private:
     struct Channels;
 
     IbtFile &m_file;
-    iRTelemetryReader &m_reader;
+    const TickDecoding m_decoding;
     const std::unique_ptr<Channels> m_channels;
     std::atomic<bool> m_stopping {false};
     std::exception_ptr m_failure; // the worker's, read after its channel closed

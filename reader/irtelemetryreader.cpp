@@ -92,12 +92,12 @@ void iRTelemetryReader::recordRawData(const irsdk_header *header, const irsdk_va
 
 const QList<QString> &iRTelemetryReader::variableNames() const
 {
-    return m_decoder.variableNames();
+    return m_decoder->variableNames();
 }
 
 const QList<QString> &iRTelemetryReader::variableUnits() const
 {
-    return m_decoder.variableUnits();
+    return m_decoder->variableUnits();
 }
 
 void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
@@ -105,50 +105,54 @@ void iRTelemetryReader::retrieveRawData(const irsdk_header *header,
                                         QList<Sample> &samples)
 {
     prepareRawData(header, varHeaders);
-    decodeRawData(record, samples);
+    tickDecoding().decode(record, samples);
 }
 
-// Names and units are converted once per file; every record is decoded with them.
 void iRTelemetryReader::prepareRawData(const irsdk_header *header,
                                        const irsdk_varHeader *varHeaders)
 {
-    if (m_decoder.isLearnt())
+    if (m_decoder->isLearnt())
         return;
-    m_decoder.learn(header, varHeaders);
+    const qint64 count = qMax(header->numVars, 0);
+    learnVariables(varHeaders, count, IbtVariable::plan(varHeaders, count, header->bufLen));
+}
+
+void iRTelemetryReader::prepareRawData(const IbtFile &file)
+{
+    if (!m_decoder->isLearnt())
+        learnVariables(file.varHeaders(), file.varHeaderCount(), file.variables());
+}
+
+// Names and units are converted once per file; every record is decoded with them.
+void iRTelemetryReader::learnVariables(const irsdk_varHeader *varHeaders, qint64 count,
+                                       QList<IbtVariable> plan)
+{
+    m_decoder->learn(varHeaders, count, std::move(plan));
     for (Variable *variable :
          {&m_lapDistPctKey, &m_lapDistKey, &m_sessionStateKey, &m_speedKey, &m_sessionTickKey,
           &m_sessionNumKey, &m_lapKey, &m_lapCompletedKey, &m_lastLapTimeKey, &m_lapLastLapTimeKey,
           &m_lapCurrentLapTimeKey, &m_onPitRoadKey, &m_playerCarInPitStallKey, &m_isOnTrackKey,
           &m_replayPlaySpeedKey})
-        variable->position = m_decoder.position(variable->name);
+        variable->position = m_decoder->position(variable->name);
 }
 
-void iRTelemetryReader::decodeRawData(const char *record, QList<Sample> &samples) const
+TickDecoding iRTelemetryReader::tickDecoding() const
 {
-    if (m_myCarOnly) {
-        if (!samples.isEmpty() && m_myCarIdx >= 0)
-            m_decoder.decodeMyCar(record, samples[0]);
-        return;
-    }
     // In a live recording the player's values come from the scalar variables, not from the
-    // player's element of the per-car arrays.
-    m_decoder.decodeAllCars(record, samples, m_myCarIdx, m_simMode == 0);
-}
-
-void iRTelemetryReader::recycleRawData(QList<Sample> &samples) const
-{
-    m_decoder.recycle(samples);
+    // player's element of the per-car arrays; in a replay, or when not known, from the arrays.
+    return TickDecoding(m_decoder, m_myCarIdx, m_myCarOnly, m_simMode == SimMode::Live, m_maxCars);
 }
 
 void iRTelemetryReader::setYaml(const char *text)
 {
     TYamlTree::setYaml(text);
-    if (m_simMode != -1)
+    if (m_simMode != SimMode::Unknown)
         return;
     const TStringTree *weekend = sub("WeekendInfo");
     if (!weekend)
         return;
-    m_simMode = weekend->value("SimMode") == QLatin1String("replay") ? 1 : 0;
+    m_simMode
+        = weekend->value("SimMode") == QLatin1String("replay") ? SimMode::Replay : SimMode::Live;
 }
 
 bool iRTelemetryReader::updateCarList()
@@ -214,7 +218,7 @@ void iRTelemetryReader::initialize()
     m_myCarOnly = false;
     m_sessionKey = 0;
     m_lastSessionKey = 0;
-    m_simMode = -1;
+    m_simMode = SimMode::Unknown;
 }
 
 void iRTelemetryReader::prepareTick()
@@ -243,11 +247,6 @@ bool iRTelemetryReader::isCarInWorld(int carIdx) const
     return double(m_cars[carIdx].current.lapDistPct) > InWorldLapFraction;
 }
 
-void iRTelemetryReader::processRawData(QList<Sample> samples)
-{
-    processTick(samples);
-}
-
 void iRTelemetryReader::processTick(QList<Sample> &samples)
 {
     // The tick's samples go to the cars they belong to.
@@ -266,7 +265,7 @@ void iRTelemetryReader::processTick(QList<Sample> &samples)
     int playerSession = -1;
     if (isValidCar(m_myCarIdx)) {
         RecorderCar &mine = m_cars[m_myCarIdx];
-        playerSession = m_decoder.readInt(mine.sample.dynamicData, m_sessionNumKey, -1);
+        playerSession = m_decoder->readInt(mine.sample.dynamicData, m_sessionNumKey, -1);
         mine.current.sessionNum = playerSession;
     }
 
@@ -289,14 +288,14 @@ void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted
     markActive(carIdx);
     const DynamicData &values = car.sample.dynamicData;
 
-    car.current.lapDistPct = m_decoder.readFloat(values, m_lapDistPctKey, -1.0f);
-    car.current.lapDist = m_decoder.readFloat(values, m_lapDistKey, -1.0f);
-    car.current.sessionState = m_decoder.readInt(values, m_sessionStateKey, 0);
-    car.current.speed = m_decoder.readFloat(values, m_speedKey, -1.0f);
+    car.current.lapDistPct = m_decoder->readFloat(values, m_lapDistPctKey, -1.0f);
+    car.current.lapDist = m_decoder->readFloat(values, m_lapDistKey, -1.0f);
+    car.current.sessionState = m_decoder->readInt(values, m_sessionStateKey, 0);
+    car.current.speed = m_decoder->readFloat(values, m_speedKey, -1.0f);
 
     // A car whose tick counter did not move has no new data. Files without a tick counter (the
     // oldest format) count every record as new.
-    if (const Value *tick = m_decoder.validValue(values, m_sessionTickKey)) {
+    if (const Value *tick = m_decoder->validValue(values, m_sessionTickKey)) {
         car.current.sessionTick = tick->toULongLong();
         if (car.current.sessionTick == car.previous.sessionTick)
             return;
@@ -342,7 +341,20 @@ void iRTelemetryReader::processCar(int carIdx, int playerSession, bool restarted
         return;
 
     if (joinsLapUnderWay(car) && replayPlaysAtNormalSpeed(car))
-        car.lap->addSample(car.sample);
+        addSample(car, *car.lap);
+}
+
+// A lap's first sample makes its channels; they reserve room for a little more than the car's
+// last lap held, so that a lap like it is written once, in place, instead of growing by copies.
+void iRTelemetryReader::addSample(const RecorderCar &car, Lap &lap)
+{
+    const bool first = lap.isEmpty();
+    lap.addSample(car.sample);
+    if (!first || car.lastLapSamples <= 0)
+        return;
+    const qint64 room = car.lastLapSamples + car.lastLapSamples / 16;
+    for (const QString &name : lap.getAvailableRecordedChannels())
+        lap.channel(name)->reserve(room);
 }
 
 // Other cars carry few variables: their lap comes from the session's results, their pit
@@ -369,14 +381,14 @@ void iRTelemetryReader::readOtherCar(int carIdx, int playerSession, bool &inPitS
         break;
     }
     if (car.current.lap == -1) {
-        if (const Value *lapCompleted = m_decoder.validValue(values, m_lapCompletedKey))
+        if (const Value *lapCompleted = m_decoder->validValue(values, m_lapCompletedKey))
             car.current.lap = lapCompleted->toInt() + 1;
-        car.current.lastLapTime = m_decoder.readFloat(values, m_lastLapTimeKey, -1.0f);
+        car.current.lastLapTime = m_decoder->readFloat(values, m_lastLapTimeKey, -1.0f);
     }
 
     // Without a pit-road flag the car is taken as on pit road; standing still there, it is
     // in its stall.
-    onPitRoad = m_decoder.readBool(values, m_onPitRoadKey, true);
+    onPitRoad = m_decoder->readBool(values, m_onPitRoadKey, true);
     const float moved = car.current.lapDistPct - car.previous.lapDistPct;
     inPitStall = onPitRoad && std::abs(double(moved)) < StandingStillLapFraction;
     onTrack = !onPitRoad;
@@ -387,23 +399,26 @@ void iRTelemetryReader::readPlayerCar(int carIdx, bool &inPitStall, bool &onPitR
     RecorderCar &car = m_cars[carIdx];
     const DynamicData &values = car.sample.dynamicData;
 
-    car.current.lap = m_decoder.readInt(values, m_lapKey, -1);
+    car.current.lap = m_decoder->readInt(values, m_lapKey, -1);
 
     // A replay says where the player's car stands; a live recording only whether it is on
-    // track, and a car that is not is taken as sitting in its stall.
-    const bool inStall = m_simMode != 0 ? m_decoder.readBool(values, m_playerCarInPitStallKey, true)
-                                        : !m_decoder.readBool(values, m_isOnTrackKey, false);
+    // track, and a car that is not is taken as sitting in its stall. A file of unknown mode is
+    // asked as a replay is.
+    const bool inStall = m_simMode != SimMode::Live
+        ? m_decoder->readBool(values, m_playerCarInPitStallKey, true)
+        : !m_decoder->readBool(values, m_isOnTrackKey, false);
     if (inStall) {
         inPitStall = true;
         onPitRoad = false;
         onTrack = false;
         return;
     }
-    onPitRoad = m_decoder.readBool(values, m_onPitRoadKey, false);
-    car.current.lastLapTime = m_decoder.readFloat(
-        values, m_simMode == 1 ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
+    onPitRoad = m_decoder->readBool(values, m_onPitRoadKey, false);
+    // A replay's own last-lap time; live, or of unknown mode, the lap's.
+    car.current.lastLapTime = m_decoder->readFloat(
+        values, m_simMode == SimMode::Replay ? m_lastLapTimeKey : m_lapLastLapTimeKey, -1.0f);
     car.current.lapTime
-        = m_decoder.readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
+        = m_decoder->readFloat(values, m_lapCurrentLapTimeKey, float(ZUM::SDK::InvalidValue));
     inPitStall = false;
     onTrack = !onPitRoad;
 }
@@ -424,7 +439,7 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
     const CarStatus status = car.current.status;
     if (car.lap->isEmpty() && (status == CarStatus::InPitStall || status == CarStatus::InPitLane))
         return false;
-    if (const Value *speed = m_decoder.validValue(car.sample.dynamicData, m_speedKey);
+    if (const Value *speed = m_decoder->validValue(car.sample.dynamicData, m_speedKey);
         speed && speed->toDouble() < MinimumRecordedSpeed)
         return false;
 
@@ -437,19 +452,19 @@ bool iRTelemetryReader::joinsLapUnderWay(RecorderCar &car)
     }
     const double highest = maximum->toFloat();
     if (highest > WrapFromLapFraction && highest - double(fraction) > WrapLapFractionDrop) {
-        car.nextLap->addSample(car.sample);
+        addSample(car, *car.nextLap);
         return false;
     }
     return true;
 }
 
 // A replay that is not played at normal speed skips or repeats ticks: the lap under way can
-// no longer be trusted and is dropped.
+// no longer be trusted and is dropped. A file of unknown mode plays as recorded.
 bool iRTelemetryReader::replayPlaysAtNormalSpeed(RecorderCar &car)
 {
-    if (m_simMode != 1 || !car.detailedTelemetry)
+    if (m_simMode != SimMode::Replay || !car.detailedTelemetry)
         return true;
-    const Value *speed = m_decoder.validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
+    const Value *speed = m_decoder->validValue(car.sample.dynamicData, m_replayPlaySpeedKey);
     if (!speed || std::abs(speed->toDouble() - 1.0) <= NormalPlaySpeedTolerance)
         return true;
     if (!car.lap->isEmpty()) {
@@ -469,6 +484,7 @@ void iRTelemetryReader::processLap(int carIdx, bool completed)
     Lap *lap = car.lap.data();
     if (lap->isEmpty())
         return;
+    car.lastLapSamples = lap->size();
     ZUM::SDK::LapHeader &header = lap->header();
 
     if (car.previous.status == CarStatus::OutLap)
@@ -537,10 +553,10 @@ QSharedPointer<Lap> iRTelemetryReader::myLap() const
     return isValidCar(m_myCarIdx) ? m_cars[m_myCarIdx].lap : QSharedPointer<Lap>();
 }
 
-// A replay's lap clock runs with the replay, not with the lap.
+// A replay's lap clock runs with the replay, not with the lap; of unknown mode it is kept.
 void iRTelemetryReader::cleanupLap(int carIdx)
 {
-    if (m_simMode == 1)
+    if (m_simMode == SimMode::Replay)
         m_cars[carIdx].lap->removeRecordedChannel(m_lapCurrentLapTimeKey.name);
 }
 
@@ -550,10 +566,12 @@ void iRTelemetryReader::preprocessLap(int carIdx)
     DerivedChannels::applyYawOffset(lap);
     DerivedChannels::addFuelWeight(lap);
     // Outside replays the player's car records its own timing; other cars' laps and replays
-    // have it rebuilt from the session clock, with distance and speed outside replays.
-    if (carIdx == m_myCarIdx && m_simMode != 1)
+    // have it rebuilt from the session clock, with distance and speed only in a live
+    // recording. A file of unknown mode keeps the player's own timing, and other cars' laps get
+    // no distance and speed.
+    if (carIdx == m_myCarIdx && m_simMode != SimMode::Replay)
         return;
-    DerivedChannels::rebuildTiming(lap, m_simMode == 0);
+    DerivedChannels::rebuildTiming(lap, m_simMode == SimMode::Live);
 }
 
 void iRTelemetryReader::normalizeChannelBeginning(int carIdx, const QString &name)

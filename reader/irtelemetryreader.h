@@ -1,10 +1,12 @@
 #pragma once
 
+#include "ibtfile.h"
 #include "irsdk.h"
 #include "lapkeys.h"
 #include "recorddecoder.h"
 #include "recordercar.h"
 #include "recordercarinfo.h"
+#include "tickdecoding.h"
 #include "tyamltree.h"
 
 #include "lap.h"
@@ -15,16 +17,41 @@
 #include <QString>
 #include <QUuid>
 
+#include <memory>
 #include <vector>
 
 // Replays the ticks of one .ibt file and cuts each car's driving into laps. The reader is
 // itself the root of the session-information tree.
+//
+// Where each rule of a lap lives:
+// - status (stall, pit lane, out or flying lap, waiting): RecorderCar::updateCarStatus
+// - start of a lap and of a stint: RecorderCar::startLap, RecorderCar::startStint, called
+//   from updateCarStatus and RecorderCar::prepareTick
+// - which tick's sample joins the lap: processCar, joinsLapUnderWay, replayPlaysAtNormalSpeed
+// - completion: RecorderCar::isLapCompleted
+// - abort: RecorderCar::isLapAborted
+// - restart (a new session, or the session number changes): isSessionRestarted
+// - number, stint, flying lap and time of a finished lap: processLap
+// - post-processing: processLap calls getSessionInfo (SessionHeader), cleanupLap,
+//   preprocessLap (DerivedChannels) and normalizeChannelBeginning
+// - which laps a replay yields (the lap under way at the end, empty laps dropped):
+//   PlayerLapReplay::tick and PlayerLapReplay::finish
+// - dates: processLap stamps the hand-over; setStartTimes in plugin/irpluginimport.cpp
+//   sets what the host receives, counted back from the file's modification time
 class iRTelemetryReader : public TYamlTree
 {
 public:
     enum Mode {
         AllCars = 0, // a tick carries a sample for every car slot
         MyCarOnly = 1, // a tick carries the player's car alone (what the import uses)
+    };
+
+    // What the session text says the file is; unknown until a text with the weekend's
+    // information is read. Every use of it decides on its own what unknown counts as.
+    enum class SimMode {
+        Unknown,
+        Live,
+        Replay,
     };
 
     explicit iRTelemetryReader(Mode mode);
@@ -40,23 +67,20 @@ public:
     // Learns the variables from the file's descriptors, once per file: the first extraction
     // does it when nothing has before.
     void prepareRawData(const irsdk_header *header, const irsdk_varHeader *varHeaders);
-    // Extraction once the variables are learnt: it changes nothing of the reader, so another
-    // thread may run it while this one processes ticks.
-    void decodeRawData(const char *record, QList<ZUM::SDK::Sample> &samples) const;
-    // Readies samples that processTick() gave back for decoding the next record into them: as
-    // good as new samples, but keeping the storage of their values.
-    void recycleRawData(QList<ZUM::SDK::Sample> &samples) const;
+    // The same for an open file, with the decode plan the file has made.
+    void prepareRawData(const IbtFile &file);
+    // The extraction once the variables are learnt, as a value that another thread may decode
+    // with while this one processes ticks: what it holds of the reader is fixed when it is
+    // made (the player's car slot and the simulation mode from the session text).
+    TickDecoding tickDecoding() const;
 
-    // Tick processing: prepareTick(), then one of the process calls, once per tick.
+    // Tick processing: prepareTick(), then processTick() or processData(), once per tick.
     void prepareTick();
-    // The tick's samples are taken over by the cars: pass the list with std::move when it is
-    // not needed afterwards.
-    void processRawData(QList<ZUM::SDK::Sample> samples);
-    // The same, but the cars swap samples with the list: they take this tick's and leave their
-    // previous ones in it, for the decoder to refill.
+    // The tick's rules, the one place they live: the cars swap samples with the list, taking
+    // this tick's and leaving their previous ones in it, for the decoder to refill.
     void processTick(QList<ZUM::SDK::Sample> &samples);
-    void processData(QList<ZUM::SDK::Sample> samples) { processRawData(std::move(samples)); }
-    void processRecordedData() { processRawData(m_samples); }
+    // The same tick for samples the caller no longer needs: they are taken over by the cars.
+    void processData(QList<ZUM::SDK::Sample> samples) { processTick(samples); }
     // Forgets the player's car, the session and whether the file is a replay, and takes every
     // later tick as carrying all car slots; mode() and how the cars decide a lap's completion
     // stay as constructed.
@@ -98,7 +122,7 @@ public:
     bool detailedTelemetry(int carIdx) const { return m_cars[carIdx].detailedTelemetry; }
 
     int myCarIdx() const { return m_myCarIdx; }
-    int simMode() const { return m_simMode; }
+    SimMode simMode() const { return m_simMode; }
     int maxCars() const { return m_maxCars; }
     bool myCarOnly() const { return m_myCarOnly; }
     Mode mode() const { return m_mode; }
@@ -112,6 +136,7 @@ private:
     using Variable = RecordDecoder::Variable;
 
     bool isValidCar(int carIdx) const { return carIdx >= 0 && carIdx < m_cars.size(); }
+    void learnVariables(const irsdk_varHeader *varHeaders, qint64 count, QList<IbtVariable> plan);
     // From now on the car's history shifts with every tick.
     void markActive(int carIdx);
     // One car's part of a tick; only cars that the session text names a driver for.
@@ -121,15 +146,17 @@ private:
     void readPlayerCar(int carIdx, bool &inPitStall, bool &onPitRoad, bool &onTrack);
     void readSessionType(RecorderCar &car, int playerSession) const;
     bool joinsLapUnderWay(RecorderCar &car);
+    void addSample(const RecorderCar &car, ZUM::SDK::Lap &lap);
     bool replayPlaysAtNormalSpeed(RecorderCar &car);
 
     const Mode m_mode;
     bool m_myCarOnly;
     qint32 m_maxCars = IRSDK_MAX_CARS;
     qint32 m_myCarIdx = -1;
-    qint32 m_simMode = -1; // 1 replay, 0 live, -1 not known yet
+    SimMode m_simMode = SimMode::Unknown;
 
-    RecordDecoder m_decoder;
+    // Learnt once per file, then shared unchanged with the decoding worker.
+    std::shared_ptr<RecordDecoder> m_decoder = std::make_shared<RecordDecoder>();
     QList<ZUM::SDK::Sample> m_samples;
 
     QList<RecorderCar> m_cars;

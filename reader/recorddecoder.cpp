@@ -2,18 +2,17 @@
 
 #include <QHash>
 
-#include <cstring>
+#include <utility>
 
 using ZUM::SDK::DynamicData;
 using ZUM::SDK::Sample;
 using ZUM::SDK::Value;
 
-void RecordDecoder::learn(const irsdk_header *header, const irsdk_varHeader *varHeaders)
+void RecordDecoder::learn(const irsdk_varHeader *varHeaders, qint64 count, QList<IbtVariable> plan)
 {
     m_learnt = true;
-    const int count = qMax(header->numVars, 0);
-    m_descriptors.assign(varHeaders, varHeaders + count);
-    m_variables = IbtVariable::plan(varHeaders, count, header->bufLen);
+    m_descriptors.assign(varHeaders, varHeaders + qMax<qint64>(count, 0));
+    m_variables = std::move(plan);
     for (const IbtVariable &variable : std::as_const(m_variables)) {
         m_perCar.append(variable.name.startsWith(m_carIdxKey));
         m_perCarNames.append(variable.name.mid(m_carIdxKey.size()));
@@ -87,34 +86,8 @@ void RecordDecoder::decodeMyCar(const char *record, Sample &sample) const
         values.setLayout(m_slotLayout, m_slotNames, m_slotUnits);
     }
     for (qsizetype i = 0; i < m_slots.size(); ++i) {
-        const char *at = record + m_slots[i].offset;
-        switch (m_slots[i].type) {
-        case irsdk_char:
-            values.setLayoutValue(i, int(int8_t(*at)));
-            break;
-        case irsdk_bool:
-            values.setLayoutValue(i, *at != 0);
-            break;
-        case irsdk_int:
-        case irsdk_bitField: {
-            int32_t value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, int(value));
-            break;
-        }
-        case irsdk_float: {
-            float value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, value);
-            break;
-        }
-        case irsdk_double: {
-            double value;
-            std::memcpy(&value, at, sizeof value);
-            values.setLayoutValue(i, value);
-            break;
-        }
-        }
+        IbtVariable::visit(m_slots[i].type, record + m_slots[i].offset,
+                           [&values, i](auto value) { values.setLayoutValue(i, value); });
     }
 }
 

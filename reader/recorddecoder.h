@@ -20,7 +20,8 @@ class RecordDecoder
 {
 public:
     bool isLearnt() const { return m_learnt; }
-    void learn(const irsdk_header *header, const irsdk_varHeader *varHeaders);
+    // Learns the file's descriptors and its decode plan (IbtVariable::plan of them).
+    void learn(const irsdk_varHeader *varHeaders, qint64 count, QList<IbtVariable> plan);
 
     // The player's car alone: each name once, read from the element that a record writes last
     // under it, in the order the names first appear. A sample that is empty or already in

@@ -36,4 +36,6 @@ public:
     // status: files that carry only the player's car.
     bool useLapDistance = false;
     bool startLapPending = false; // the lap was handed over; the next tick starts a new one
+    // Samples of the last lap handed over: the next lap's channels reserve about as many.
+    qint64 lastLapSamples = 0;
 };

@@ -40,6 +40,8 @@ public:
 
     void shrinkToFit() { m_values.shrink_to_fit(); }
     void reserve(qint64 count);
+    // Entries the channel holds room for without moving.
+    qint64 capacity() const { return qint64(m_values.capacity()); }
     // Grows with 0.0, not with InvalidValue: callers that pad append InvalidValue themselves.
     void resize(qint64 count);
 

@@ -1,27 +1,58 @@
 #include "variantreader.h"
 
+#include "sample.h"
+
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QHash>
+#include <QIODevice>
 #include <QList>
 #include <QMap>
+#include <QStringList>
 #include <QtDebug>
 
 namespace ZUM::SDK {
 
 void VariantReader::read(QDataStream &stream, QVariantMap &map)
 {
-    if (stream.version() < QDataStream::Qt_6_0)
+    if (stream.version() < QDataStream::Qt_5_0)
         stream >> map;
     else
         VariantReader(stream).read(map);
 }
 
-// As QVariant::load reads a variant of a stream of version 6.0 or later.
+namespace {
+
+// A type's number in a stream of Qt 5 as Qt 6 numbers it: Qt 6 moved the user types, the
+// graphical types and the size policy.
+quint32 typeIdOfQt5(quint32 typeId)
+{
+    constexpr quint32 userType = 1024;
+    constexpr quint32 firstGuiType = 64;
+    constexpr quint32 lastGuiType = 87;
+    constexpr quint32 sizePolicy = 121;
+    constexpr quint32 regExp = 27;
+    if (typeId == userType)
+        return QMetaType::User;
+    if (typeId >= firstGuiType && typeId <= lastGuiType)
+        return typeId + (QMetaType::FirstGuiType - firstGuiType);
+    if (typeId == sizePolicy)
+        return QMetaType::QSizePolicy;
+    if (typeId == regExp)
+        return quint32(QMetaType::fromName("QRegExp").id());
+    return typeId;
+}
+
+} // namespace
+
+// As QVariant::load reads a variant of a stream of version 5.0 or later.
 void VariantReader::read(QVariant &value)
 {
     value = QVariant();
     quint32 typeId = 0;
     m_stream >> typeId;
+    if (m_stream.version() < QDataStream::Qt_6_0)
+        typeId = typeIdOfQt5(typeId);
     qint8 null = 0;
     m_stream >> null;
     if (typeId == QMetaType::User) {
@@ -52,10 +83,21 @@ bool VariantReader::load(QMetaType type, void *data)
 {
     switch (type.id()) {
     case QMetaType::QBitArray:
+        // Before Qt 6 a bit array's length is stored unsigned: Qt reads it safely.
+        if (m_stream.version() < QDataStream::Qt_6_0)
+            return type.load(m_stream, data);
         read(*static_cast<QBitArray *>(data));
         return true;
     case QMetaType::QVariantList:
-        read(*static_cast<QVariantList *>(data));
+        // The smallest variant: its type and its null flag.
+        readList(*static_cast<QVariantList *>(data), 5, [this](QVariant &v) { read(v); });
+        return true;
+    case QMetaType::QStringList:
+        // The smallest string or byte array: its length.
+        readList(*static_cast<QStringList *>(data), 4, [this](QString &s) { m_stream >> s; });
+        return true;
+    case QMetaType::QByteArrayList:
+        readList(*static_cast<QByteArrayList *>(data), 4, [this](QByteArray &b) { m_stream >> b; });
         return true;
     case QMetaType::QVariantMap:
         read(*static_cast<QVariantMap *>(data));
@@ -70,6 +112,12 @@ bool VariantReader::load(QMetaType type, void *data)
         return true;
     }
     default:
+        // The data model's own list of samples, registered by name; the smallest sample is
+        // a map without keys: its count.
+        if (type == QMetaType::fromType<QList<Sample>>()) {
+            readList(*static_cast<QList<Sample> *>(data), 4, [this](Sample &s) { m_stream >> s; });
+            return true;
+        }
         return type.load(m_stream, data);
     }
 }
@@ -109,23 +157,29 @@ void VariantReader::read(QBitArray &bits)
     bits = QBitArray::fromBits(bytes.constData(), length);
 }
 
-// As Qt reads a list of variants.
-void VariantReader::read(QVariantList &list)
+// As Qt reads a list (an array-based container), but for how much it reserves.
+template<typename List, typename ReadElement>
+void VariantReader::readList(List &list, qint64 smallestElementBytes, ReadElement readElement)
 {
     // The status as Qt's own container readers leave it, by the class they use.
     QtPrivate::StreamStateSaver keeper(&m_stream);
     list.clear();
     quint32 count = 0;
     m_stream >> count;
-    list.reserve(count);
+    // A sequential device tells only what it has buffered: the list may grow past that.
+    const QIODevice *device = m_stream.device();
+    const qint64 bytesLeft = device == nullptr ? 0
+        : device->isSequential()               ? device->bytesAvailable()
+                                               : device->size() - device->pos();
+    list.reserve(qsizetype(qMin(qint64(count), qMax(bytesLeft, qint64(0)) / smallestElementBytes)));
     for (quint32 i = 0; i < count; ++i) {
-        QVariant value;
-        read(value);
+        typename List::value_type element;
+        readElement(element);
         if (m_stream.status() != QDataStream::Ok) {
             list.clear();
             break;
         }
-        list.append(value);
+        list.append(element);
     }
 }
 

@@ -1,10 +1,11 @@
 #pragma once
 
 // The reader run over a file's records as the import runs it: the session text first, then
-// one record per tick, and the player's laps taken as the import takes them.
+// one record per tick, and the player's laps taken by the import's own PlayerLapReplay.
 
 #include "ibtimage.h"
 #include "irtelemetryreader.h"
+#include "playerlapreplay.h"
 
 #include <QList>
 #include <QSharedPointer>
@@ -28,10 +29,11 @@ public:
         if (m_record + 1 >= m_file.recordCount())
             return false;
         ++m_record;
-        m_samples
-            = m_reader.getRawData(&m_file.header(), m_file.varHeaders().constData(), m_file.record(m_record));
-        m_reader.prepareTick();
-        m_reader.processData(m_samples);
+        m_samples = m_reader.getRawData(&m_file.header(), m_file.varHeaders().constData(),
+                                        m_file.record(m_record));
+        // The cars swap samples with the tick: samples() keeps what the record decoded into.
+        QList<ZUM::SDK::Sample> tick = m_samples;
+        m_handedOver = m_laps.tick(tick);
         return true;
     }
 
@@ -40,21 +42,11 @@ public:
     const QList<ZUM::SDK::Sample> &samples() const { return m_samples; }
 
     // The player's lap that the last tick handed over, when it holds samples; null otherwise.
-    QSharedPointer<ZUM::SDK::Lap> handedOverLap() const
-    {
-        return m_reader.isMyLapReady() && !m_reader.myLap()->isEmpty() ? m_reader.myLap() : nullptr;
-    }
+    QSharedPointer<ZUM::SDK::Lap> handedOverLap() const { return m_handedOver; }
 
     // After the last record: the lap under way closed as not completed, when it holds samples
     // and the last tick did not hand it over already; null otherwise.
-    QSharedPointer<ZUM::SDK::Lap> closeLapUnderWay()
-    {
-        if (m_reader.isMyLapReady())
-            return nullptr;
-        m_reader.processMyLap(false);
-        const QSharedPointer<ZUM::SDK::Lap> lap = m_reader.myLap();
-        return lap && !lap->isEmpty() ? lap : nullptr;
-    }
+    QSharedPointer<ZUM::SDK::Lap> closeLapUnderWay() { return m_laps.finish(); }
 
     // Every record run: the player's laps in the order they were handed over, and the lap
     // under way at the end.
@@ -73,6 +65,8 @@ public:
 private:
     iRTelemetryReader &m_reader;
     const IbtImage &m_file;
+    PlayerLapReplay m_laps {m_reader};
     qsizetype m_record = -1;
     QList<ZUM::SDK::Sample> m_samples;
+    QSharedPointer<ZUM::SDK::Lap> m_handedOver;
 };

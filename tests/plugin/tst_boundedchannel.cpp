@@ -55,8 +55,8 @@ void tst_BoundedChannel::sixthPushWaitsForAPop()
     });
 
     QTRY_VERIFY_WITH_TIMEOUT(sixthStarted.load(), 10000);
-    // However long the producer has had, the sixth push cannot have returned before a pop.
-    QTest::qWait(50);
+    // The sixth push found the channel full and waits: it cannot return before a pop.
+    QTRY_COMPARE_WITH_TIMEOUT(channel.fullWaits(), 1, 10000);
     int item = 0;
     log(QStringLiteral("popping"));
     QVERIFY(channel.pop(item));
@@ -154,6 +154,7 @@ void tst_BoundedChannel::tryPushAndTryPopNeverWait()
     item = QStringLiteral("c");
     QVERIFY(!channel.tryPush(item)); // full: the item stays with the caller
     QCOMPARE(item, QStringLiteral("c"));
+    QCOMPARE(channel.fullWaits(), 0); // a refused try is no wait
     QVERIFY(channel.tryPop(item));
     QCOMPARE(item, QStringLiteral("a"));
     channel.close();

@@ -122,7 +122,7 @@ void tst_RawExtraction::constructionFollowsTheMode()
     QCOMPARE(reader.myCarOnly(), myCarOnly);
     QCOMPARE(reader.maxCars(), 64);
     QCOMPARE(reader.myCarIdx(), -1);
-    QCOMPARE(reader.simMode(), -1);
+    QCOMPARE(reader.simMode(), iRTelemetryReader::SimMode::Unknown);
     QCOMPARE(reader.recordedSamples().size(), samples);
     QCOMPARE(reader.cars().size(), 64);
     QVERIFY(reader.variableNames().isEmpty());
@@ -472,15 +472,15 @@ void tst_RawExtraction::simModeIsLearnedOnce()
 {
     iRTelemetryReader r(iRTelemetryReader::MyCarOnly);
     r.setYaml("---\nDriverInfo:\n DriverCarIdx: 0\n");
-    QCOMPARE(r.simMode(), -1);
+    QCOMPARE(r.simMode(), iRTelemetryReader::SimMode::Unknown);
     r.setYaml("---\nWeekendInfo:\n SimMode: replay\n");
-    QCOMPARE(r.simMode(), 1);
+    QCOMPARE(r.simMode(), iRTelemetryReader::SimMode::Replay);
     r.setYaml("---\nWeekendInfo:\n SimMode: full\n");
-    QCOMPARE(r.simMode(), 1);
+    QCOMPARE(r.simMode(), iRTelemetryReader::SimMode::Replay);
 
     iRTelemetryReader live(iRTelemetryReader::MyCarOnly);
     live.setYaml("---\nWeekendInfo:\n SimMode: Replay\n");
-    QCOMPARE(live.simMode(), 0);
+    QCOMPARE(live.simMode(), iRTelemetryReader::SimMode::Live);
 }
 
 QTEST_APPLESS_MAIN(tst_RawExtraction)

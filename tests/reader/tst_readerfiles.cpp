@@ -52,8 +52,9 @@ void tst_ReaderFiles::laps()
     const IbtImage ibt = IbtImage::load(SampleFiles::path(file));
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     ReaderReplay ticks(reader, ibt);
-    const QString lastLapTimeName
-        = reader.simMode() == 1 ? QStringLiteral("lastlaptime") : QStringLiteral("laplastlaptime");
+    const QString lastLapTimeName = reader.simMode() == iRTelemetryReader::SimMode::Replay
+        ? QStringLiteral("lastlaptime")
+        : QStringLiteral("laplastlaptime");
 
     QList<QSharedPointer<Lap>> laps;
     while (ticks.next()) {

@@ -103,6 +103,72 @@ RecorderCar carOnTick(CarStatus previousStatus, Session sessionType, int session
     return car;
 }
 
+// One case of a status update, read as a sentence: from the car's status before the tick, in
+// a session, at a lap fraction, in the stall, on pit road or on track, it becomes a status,
+// perhaps starting a new lap and stint. Unless a case says otherwise: a practice session
+// under way (state 4), at half the lap, neither in the pits nor on track, and no new lap.
+struct StatusCase
+{
+    CarStatus previous = CarStatus::Undefined;
+    Session session = Session::Practice;
+    int sessionState = 4;
+    float pct = 0.5f;
+    bool stall = false;
+    bool pitRoad = false;
+    bool track = false;
+    CarStatus expected = CarStatus::Undefined;
+    bool startsLapAndStint = false;
+
+    StatusCase inSession(Session kind, int state) const
+    {
+        return with([&](StatusCase &c) {
+            c.session = kind;
+            c.sessionState = state;
+        });
+    }
+    StatusCase inRace(int state) const { return inSession(Session::Race, state); }
+    StatusCase at(float fraction) const
+    {
+        return with([&](StatusCase &c) { c.pct = fraction; });
+    }
+    StatusCase inPitStall() const
+    {
+        return with([](StatusCase &c) { c.stall = true; });
+    }
+    StatusCase onPitRoad() const
+    {
+        return with([](StatusCase &c) { c.pitRoad = true; });
+    }
+    StatusCase onTrack() const
+    {
+        return with([](StatusCase &c) { c.track = true; });
+    }
+    StatusCase becomes(CarStatus status) const
+    {
+        return with([&](StatusCase &c) { c.expected = status; });
+    }
+    StatusCase startingLapAndStint() const
+    {
+        return with([](StatusCase &c) { c.startsLapAndStint = true; });
+    }
+
+private:
+    template<typename Change>
+    StatusCase with(Change change) const
+    {
+        StatusCase c = *this;
+        change(c);
+        return c;
+    }
+};
+
+StatusCase from(CarStatus previous)
+{
+    StatusCase c;
+    c.previous = previous;
+    return c;
+}
+
 ZUM::SDK::Sample sampleWithSpeed(double speed)
 {
     ZUM::SDK::Sample sample;
@@ -111,6 +177,8 @@ ZUM::SDK::Sample sampleWithSpeed(double speed)
 }
 
 } // namespace
+
+Q_DECLARE_METATYPE(StatusCase)
 
 class tst_RecorderCar : public QObject
 {
@@ -603,212 +671,248 @@ void tst_RecorderCar::startStintGivesNewIdentityEachTime()
 
 void tst_RecorderCar::updateCarStatus_data()
 {
-    QTest::addColumn<CarStatus>("previousStatus");
-    QTest::addColumn<Session>("sessionType");
-    QTest::addColumn<int>("sessionState");
-    QTest::addColumn<float>("pct");
-    QTest::addColumn<bool>("inPitStall");
-    QTest::addColumn<bool>("onPitRoad");
-    QTest::addColumn<bool>("onTrack");
-    QTest::addColumn<CarStatus>("expected");
-    QTest::addColumn<bool>("newLapAndStint");
-
-    const Session practice = Session::Practice;
-    const Session race = Session::Race;
+    QTest::addColumn<StatusCase>("statusCase");
 
     // Pit stall and pit road win over everything else.
     QTest::newRow("in pit stall from flying lap")
-        << CarStatus::FlyingLap << practice << 4 << 0.5f << true << false << false
-        << CarStatus::InPitStall << false;
+        << from(CarStatus::FlyingLap).inPitStall().becomes(CarStatus::InPitStall);
     QTest::newRow("in pit stall while on pit road")
-        << CarStatus::InPitLane << practice << 4 << 0.5f << true << true << false
-        << CarStatus::InPitStall << false;
+        << from(CarStatus::InPitLane).inPitStall().onPitRoad().becomes(CarStatus::InPitStall);
     QTest::newRow("in pit stall while on track")
-        << CarStatus::FlyingLap << practice << 4 << 0.5f << true << false << true
-        << CarStatus::InPitStall << false;
+        << from(CarStatus::FlyingLap).inPitStall().onTrack().becomes(CarStatus::InPitStall);
     QTest::newRow("in pit stall from undefined")
-        << CarStatus::Undefined << practice << 4 << 0.5f << true << false << false
-        << CarStatus::InPitStall << false;
+        << from(CarStatus::Undefined).inPitStall().becomes(CarStatus::InPitStall);
     QTest::newRow("on pit road from flying lap")
-        << CarStatus::FlyingLap << practice << 4 << 0.5f << false << true << false
-        << CarStatus::InPitLane << false;
+        << from(CarStatus::FlyingLap).onPitRoad().becomes(CarStatus::InPitLane);
     QTest::newRow("on pit road from pit stall")
-        << CarStatus::InPitStall << practice << 4 << 0.9f << false << true << false
-        << CarStatus::InPitLane << false;
+        << from(CarStatus::InPitStall).at(0.9f).onPitRoad().becomes(CarStatus::InPitLane);
     QTest::newRow("on pit road while on track")
-        << CarStatus::OutLap << practice << 4 << 0.5f << false << true << true
-        << CarStatus::InPitLane << false;
+        << from(CarStatus::OutLap).onPitRoad().onTrack().becomes(CarStatus::InPitLane);
     QTest::newRow("on pit road in race before start past 0.65")
-        << CarStatus::Undefined << race << 1 << 0.9f << false << true << false
-        << CarStatus::InPitLane << false;
+        << from(CarStatus::Undefined).inRace(1).at(0.9f).onPitRoad().becomes(CarStatus::InPitLane);
 
     // Neither in the pits nor on track: nothing changes.
     QTest::newRow("not on track keeps flying lap")
-        << CarStatus::FlyingLap << practice << 4 << 0.5f << false << false << false
-        << CarStatus::FlyingLap << false;
+        << from(CarStatus::FlyingLap).becomes(CarStatus::FlyingLap);
     QTest::newRow("not on track keeps undefined")
-        << CarStatus::Undefined << practice << 4 << 0.5f << false << false << false
-        << CarStatus::Undefined << false;
+        << from(CarStatus::Undefined).becomes(CarStatus::Undefined);
     QTest::newRow("not on track keeps pit lane")
-        << CarStatus::InPitLane << practice << 4 << 0.9f << false << false << false
-        << CarStatus::InPitLane << false;
+        << from(CarStatus::InPitLane).at(0.9f).becomes(CarStatus::InPitLane);
     QTest::newRow("not on track in race before start keeps status")
-        << CarStatus::Undefined << race << 1 << 0.9f << false << false << false
-        << CarStatus::Undefined << false;
+        << from(CarStatus::Undefined).inRace(1).at(0.9f).becomes(CarStatus::Undefined);
 
     // Race before the green flag.
     QTest::newRow("race before green flag at 0.7 waits for start")
-        << CarStatus::Undefined << race << 1 << 0.7f << false << false << true
-        << CarStatus::WaitingForStart << false;
-    QTest::newRow("race before green flag at 0.6 is on out lap")
-        << CarStatus::Undefined << race << 1 << 0.6f << false << false << true << CarStatus::OutLap
-        << true;
+        << from(CarStatus::Undefined)
+               .inRace(1)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
+    QTest::newRow("race before green flag at 0.6 is on out lap") << from(CarStatus::Undefined)
+                                                                        .inRace(1)
+                                                                        .at(0.6f)
+                                                                        .onTrack()
+                                                                        .becomes(CarStatus::OutLap)
+                                                                        .startingLapAndStint();
     QTest::newRow("race get in car past 0.65 waits for start")
-        << CarStatus::InPitStall << race << 1 << 0.95f << false << false << true
-        << CarStatus::WaitingForStart << false;
+        << from(CarStatus::InPitStall)
+               .inRace(1)
+               .at(0.95f)
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
     QTest::newRow("race warm-up past 0.65 waits for start")
-        << CarStatus::Undefined << race << 2 << 0.7f << false << false << true
-        << CarStatus::WaitingForStart << false;
+        << from(CarStatus::Undefined)
+               .inRace(2)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
     QTest::newRow("race parade waiting past 0.65 keeps waiting")
-        << CarStatus::WaitingForStart << race << 3 << 0.99f << false << false << true
-        << CarStatus::WaitingForStart << false;
+        << from(CarStatus::WaitingForStart)
+               .inRace(3)
+               .at(0.99f)
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
     QTest::newRow("race before start from pit lane past 0.65 waits for start")
-        << CarStatus::InPitLane << race << 2 << 0.7f << false << false << true
-        << CarStatus::WaitingForStart << false;
+        << from(CarStatus::InPitLane)
+               .inRace(2)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
     QTest::newRow("race before start from flying lap past 0.65 waits for start")
-        << CarStatus::FlyingLap << race << 3 << 0.7f << false << false << true
-        << CarStatus::WaitingForStart << false;
+        << from(CarStatus::FlyingLap)
+               .inRace(3)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
     QTest::newRow("race before start just above 0.65 waits for start")
-        << CarStatus::Undefined << race << 1 << floatAbove(0.65f) << false << false << true
-        << CarStatus::WaitingForStart << false;
-    QTest::newRow("race before start at 0.65 is on out lap")
-        << CarStatus::Undefined << race << 1 << 0.65f << false << false << true << CarStatus::OutLap
-        << true;
+        << from(CarStatus::Undefined)
+               .inRace(1)
+               .at(floatAbove(0.65f))
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
+    QTest::newRow("race before start at 0.65 is on out lap") << from(CarStatus::Undefined)
+                                                                    .inRace(1)
+                                                                    .at(0.65f)
+                                                                    .onTrack()
+                                                                    .becomes(CarStatus::OutLap)
+                                                                    .startingLapAndStint();
     QTest::newRow("race before start from waiting below 0.65 starts out lap")
-        << CarStatus::WaitingForStart << race << 2 << 0.3f << false << false << true
-        << CarStatus::OutLap << true;
+        << from(CarStatus::WaitingForStart)
+               .inRace(2)
+               .at(0.3f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("race before start from pit stall below 0.65 starts out lap")
-        << CarStatus::InPitStall << race << 1 << 0.3f << false << false << true << CarStatus::OutLap
-        << true;
+        << from(CarStatus::InPitStall)
+               .inRace(1)
+               .at(0.3f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("race before start from pit lane below 0.65 starts out lap")
-        << CarStatus::InPitLane << race << 1 << 0.3f << false << false << true << CarStatus::OutLap
-        << true;
+        << from(CarStatus::InPitLane)
+               .inRace(1)
+               .at(0.3f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("race before start from flying lap below 0.65 starts out lap")
-        << CarStatus::FlyingLap << race << 3 << 0.3f << false << false << true << CarStatus::OutLap
-        << true;
+        << from(CarStatus::FlyingLap)
+               .inRace(3)
+               .at(0.3f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("race before start from not in world starts out lap")
-        << CarStatus::NotInWorld << race << 3 << 0.3f << false << false << true << CarStatus::OutLap
-        << true;
+        << from(CarStatus::NotInWorld)
+               .inRace(3)
+               .at(0.3f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("race before start on out lap past 0.65 stays on out lap")
-        << CarStatus::OutLap << race << 3 << 0.9f << false << false << true << CarStatus::OutLap
-        << false;
+        << from(CarStatus::OutLap).inRace(3).at(0.9f).onTrack().becomes(CarStatus::OutLap);
     QTest::newRow("race before start on out lap below 0.65 stays on out lap")
-        << CarStatus::OutLap << race << 2 << 0.3f << false << false << true << CarStatus::OutLap
-        << false;
+        << from(CarStatus::OutLap).inRace(2).at(0.3f).onTrack().becomes(CarStatus::OutLap);
 
     // Race under way.
     QTest::newRow("race start on out lap past 0.65 stays on out lap")
-        << CarStatus::OutLap << race << 4 << 0.7f << false << false << true << CarStatus::OutLap
-        << false;
+        << from(CarStatus::OutLap).inRace(4).at(0.7f).onTrack().becomes(CarStatus::OutLap);
     QTest::newRow("race start on out lap just above 0.65 stays on out lap")
-        << CarStatus::OutLap << race << 4 << floatAbove(0.65f) << false << false << true
-        << CarStatus::OutLap << false;
+        << from(CarStatus::OutLap)
+               .inRace(4)
+               .at(floatAbove(0.65f))
+               .onTrack()
+               .becomes(CarStatus::OutLap);
     QTest::newRow("race start on out lap at 0.65 becomes flying lap")
-        << CarStatus::OutLap << race << 4 << 0.65f << false << false << true << CarStatus::FlyingLap
-        << false;
+        << from(CarStatus::OutLap).inRace(4).at(0.65f).onTrack().becomes(CarStatus::FlyingLap);
     QTest::newRow("race start on out lap below 0.65 becomes flying lap")
-        << CarStatus::OutLap << race << 4 << 0.02f << false << false << true << CarStatus::FlyingLap
-        << false;
+        << from(CarStatus::OutLap).inRace(4).at(0.02f).onTrack().becomes(CarStatus::FlyingLap);
     QTest::newRow("race running from waiting past 0.65 starts out lap")
-        << CarStatus::WaitingForStart << race << 4 << 0.7f << false << false << true
-        << CarStatus::OutLap << true;
+        << from(CarStatus::WaitingForStart)
+               .inRace(4)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("race running flying lap keeps status")
-        << CarStatus::FlyingLap << race << 4 << 0.3f << false << false << true
-        << CarStatus::FlyingLap << false;
+        << from(CarStatus::FlyingLap).inRace(4).at(0.3f).onTrack().becomes(CarStatus::FlyingLap);
     QTest::newRow("race running from pit lane past 0.8 waits for start")
-        << CarStatus::InPitLane << race << 4 << 0.9f << false << false << true
-        << CarStatus::WaitingForStart << false;
+        << from(CarStatus::InPitLane)
+               .inRace(4)
+               .at(0.9f)
+               .onTrack()
+               .becomes(CarStatus::WaitingForStart);
     QTest::newRow("race in state 0 from waiting past 0.65 starts out lap")
-        << CarStatus::WaitingForStart << race << 0 << 0.7f << false << false << true
-        << CarStatus::OutLap << true;
+        << from(CarStatus::WaitingForStart)
+               .inRace(0)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("race after finish on out lap keeps status")
-        << CarStatus::OutLap << race << 5 << 0.1f << false << false << true << CarStatus::OutLap
-        << false;
+        << from(CarStatus::OutLap).inRace(5).at(0.1f).onTrack().becomes(CarStatus::OutLap);
 
     // Any other session, by the previous status.
     QTest::newRow("not connected keeps status")
-        << CarStatus::NotConnected << practice << 4 << 0.5f << false << false << true
-        << CarStatus::NotConnected << false;
+        << from(CarStatus::NotConnected).onTrack().becomes(CarStatus::NotConnected);
     QTest::newRow("not in world keeps status")
-        << CarStatus::NotInWorld << practice << 4 << 0.5f << false << false << true
-        << CarStatus::NotInWorld << false;
+        << from(CarStatus::NotInWorld).onTrack().becomes(CarStatus::NotInWorld);
     QTest::newRow("undefined on track starts out lap")
-        << CarStatus::Undefined << practice << 4 << 0.5f << false << false << true
-        << CarStatus::OutLap << true;
-    QTest::newRow("waiting for start on track starts out lap")
-        << CarStatus::WaitingForStart << practice << 4 << 0.5f << false << false << true
-        << CarStatus::OutLap << true;
-    QTest::newRow("pit stall exit past 0.8 starts out lap")
-        << CarStatus::InPitStall << practice << 4 << 0.9f << false << false << true
-        << CarStatus::OutLap << true;
+        << from(CarStatus::Undefined).onTrack().becomes(CarStatus::OutLap).startingLapAndStint();
+    QTest::newRow("waiting for start on track starts out lap") << from(CarStatus::WaitingForStart)
+                                                                      .onTrack()
+                                                                      .becomes(CarStatus::OutLap)
+                                                                      .startingLapAndStint();
+    QTest::newRow("pit stall exit past 0.8 starts out lap") << from(CarStatus::InPitStall)
+                                                                   .at(0.9f)
+                                                                   .onTrack()
+                                                                   .becomes(CarStatus::OutLap)
+                                                                   .startingLapAndStint();
     QTest::newRow("in pitlane past 0.8 waits for start")
-        << CarStatus::InPitLane << practice << 4 << 0.9f << false << false << true
-        << CarStatus::WaitingForStart << false;
+        << from(CarStatus::InPitLane).at(0.9f).onTrack().becomes(CarStatus::WaitingForStart);
     QTest::newRow("in pitlane at 0.8 as float waits for start")
-        << CarStatus::InPitLane << practice << 4 << 0.8f << false << false << true
-        << CarStatus::WaitingForStart << false;
-    QTest::newRow("in pitlane just below 0.8 starts out lap")
-        << CarStatus::InPitLane << practice << 4 << floatBelow(0.8f) << false << false << true
-        << CarStatus::OutLap << true;
+        << from(CarStatus::InPitLane).at(0.8f).onTrack().becomes(CarStatus::WaitingForStart);
+    QTest::newRow("in pitlane just below 0.8 starts out lap") << from(CarStatus::InPitLane)
+                                                                     .at(floatBelow(0.8f))
+                                                                     .onTrack()
+                                                                     .becomes(CarStatus::OutLap)
+                                                                     .startingLapAndStint();
     QTest::newRow("in pitlane at 0.5 starts out lap")
-        << CarStatus::InPitLane << practice << 4 << 0.5f << false << false << true
-        << CarStatus::OutLap << true;
-    QTest::newRow("out lap keeps status") << CarStatus::OutLap << practice << 4 << 0.5f << false
-                                          << false << true << CarStatus::OutLap << false;
+        << from(CarStatus::InPitLane).onTrack().becomes(CarStatus::OutLap).startingLapAndStint();
+    QTest::newRow("out lap keeps status")
+        << from(CarStatus::OutLap).onTrack().becomes(CarStatus::OutLap);
     QTest::newRow("flying lap keeps status")
-        << CarStatus::FlyingLap << practice << 4 << 0.5f << false << false << true
-        << CarStatus::FlyingLap << false;
-    QTest::newRow("on track keeps status") << CarStatus::OnTrack << practice << 4 << 0.5f << false
-                                           << false << true << CarStatus::OnTrack << false;
-    QTest::newRow("off track keeps status") << CarStatus::OffTrack << practice << 4 << 0.5f << false
-                                            << false << true << CarStatus::OffTrack << false;
+        << from(CarStatus::FlyingLap).onTrack().becomes(CarStatus::FlyingLap);
+    QTest::newRow("on track keeps status")
+        << from(CarStatus::OnTrack).onTrack().becomes(CarStatus::OnTrack);
+    QTest::newRow("off track keeps status")
+        << from(CarStatus::OffTrack).onTrack().becomes(CarStatus::OffTrack);
     QTest::newRow("qualify past 0.65 from undefined starts out lap")
-        << CarStatus::Undefined << Session::Qualify << 1 << 0.7f << false << false << true
-        << CarStatus::OutLap << true;
+        << from(CarStatus::Undefined)
+               .inSession(Session::Qualify, 1)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
     QTest::newRow("offline testing pit lane exit starts out lap")
-        << CarStatus::InPitLane << Session::Test << 4 << 0.1f << false << false << true
-        << CarStatus::OutLap << true;
-    QTest::newRow("warm-up out lap at 0.3 keeps status")
-        << CarStatus::OutLap << Session::Warmup << 4 << 0.3f << false << false << true
-        << CarStatus::OutLap << false;
+        << from(CarStatus::InPitLane)
+               .inSession(Session::Test, 4)
+               .at(0.1f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
+    QTest::newRow("warm-up out lap at 0.3 keeps status") << from(CarStatus::OutLap)
+                                                                .inSession(Session::Warmup, 4)
+                                                                .at(0.3f)
+                                                                .onTrack()
+                                                                .becomes(CarStatus::OutLap);
     QTest::newRow("unknown session from undefined starts out lap")
-        << CarStatus::Undefined << Session::Unknown << 0 << 0.7f << false << false << true
-        << CarStatus::OutLap << true;
+        << from(CarStatus::Undefined)
+               .inSession(Session::Unknown, 0)
+               .at(0.7f)
+               .onTrack()
+               .becomes(CarStatus::OutLap)
+               .startingLapAndStint();
 }
 
 void tst_RecorderCar::updateCarStatus()
 {
-    QFETCH(CarStatus, previousStatus);
-    QFETCH(Session, sessionType);
-    QFETCH(int, sessionState);
-    QFETCH(float, pct);
-    QFETCH(bool, inPitStall);
-    QFETCH(bool, onPitRoad);
-    QFETCH(bool, onTrack);
-    QFETCH(CarStatus, expected);
-    QFETCH(bool, newLapAndStint);
+    QFETCH(StatusCase, statusCase);
+    const StatusCase &c = statusCase;
 
     // Lap numbers unknown, so that no completion verdict interferes.
-    RecorderCar car = carOnTick(previousStatus, sessionType, sessionState, pct);
+    RecorderCar car = carOnTick(c.previous, c.session, c.sessionState, c.pct);
     const auto lap = car.lap;
     const auto nextLap = car.nextLap;
 
-    car.updateCarStatus(inPitStall, onPitRoad, onTrack);
+    car.updateCarStatus(c.stall, c.pitRoad, c.track);
 
-    QCOMPARE(car.current.status, expected);
+    QCOMPARE(car.current.status, c.expected);
     QCOMPARE(car.current.lapCompleted, false);
     QCOMPARE(car.startLapPending, false);
-    if (newLapAndStint) {
+    if (c.startsLapAndStint) {
         QCOMPARE(car.lap, nextLap);
         QVERIFY(car.nextLap != nextLap);
         QVERIFY(!car.current.lapId.isNull());

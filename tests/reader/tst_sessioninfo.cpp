@@ -144,19 +144,21 @@ private Q_SLOTS:
 void tst_SessionInfo::simMode_data()
 {
     QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<int>("simMode");
-    QTest::newRow("replay") << weekendText(" SimMode: replay\n") << 1;
-    QTest::newRow("Replay in other case is live") << weekendText(" SimMode: Replay\n") << 0;
-    QTest::newRow("full is live") << weekendText(" SimMode: full\n") << 0;
-    QTest::newRow("no SimMode is live") << weekendText(" TrackName: x\n") << 0;
+    QTest::addColumn<iRTelemetryReader::SimMode>("simMode");
+    using SimMode = iRTelemetryReader::SimMode;
+    QTest::newRow("replay") << weekendText(" SimMode: replay\n") << SimMode::Replay;
+    QTest::newRow("Replay in other case is live")
+        << weekendText(" SimMode: Replay\n") << SimMode::Live;
+    QTest::newRow("full is live") << weekendText(" SimMode: full\n") << SimMode::Live;
+    QTest::newRow("no SimMode is live") << weekendText(" TrackName: x\n") << SimMode::Live;
     QTest::newRow("no WeekendInfo is unknown")
-        << QByteArray("---\nDriverInfo:\n DriverCarIdx: 0\n") << -1;
+        << QByteArray("---\nDriverInfo:\n DriverCarIdx: 0\n") << SimMode::Unknown;
 }
 
 void tst_SessionInfo::simMode()
 {
     QFETCH(QByteArray, text);
-    QFETCH(int, simMode);
+    QFETCH(iRTelemetryReader::SimMode, simMode);
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     reader.setYaml(text.constData());
     QCOMPARE(reader.simMode(), simMode);
@@ -166,16 +168,16 @@ void tst_SessionInfo::simModeLearnedByALaterText()
 {
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     reader.setYaml("---\nDriverInfo:\n DriverCarIdx: 0\n");
-    QCOMPARE(reader.simMode(), -1);
+    QCOMPARE(reader.simMode(), iRTelemetryReader::SimMode::Unknown);
     reader.setYaml(weekendText(" SimMode: replay\n").constData());
-    QCOMPARE(reader.simMode(), 1);
+    QCOMPARE(reader.simMode(), iRTelemetryReader::SimMode::Replay);
     reader.setYaml(weekendText(" SimMode: full\n").constData());
-    QCOMPARE(reader.simMode(), 1);
+    QCOMPARE(reader.simMode(), iRTelemetryReader::SimMode::Replay);
     // The tree merges the texts.
     QCOMPARE(reader.pathValue("DriverInfo/DriverCarIdx"), QStringLiteral("0"));
 
     reader.initialize();
-    QCOMPARE(reader.simMode(), -1);
+    QCOMPARE(reader.simMode(), iRTelemetryReader::SimMode::Unknown);
     QCOMPARE(reader.myCarIdx(), -1);
     QCOMPARE(reader.myCarOnly(), false);
 }

@@ -266,7 +266,7 @@ void tst_TickProcessing::sessionChangeCutsTheLap()
 void tst_TickProcessing::replayAtDoubleSpeedDropsTheLap()
 {
     Run run(sessionText("replay", "Practice"));
-    QCOMPARE(run.reader.simMode(), 1);
+    QCOMPARE(run.reader.simMode(), iRTelemetryReader::SimMode::Replay);
     Tick t;
     t.lapCurrentLapTime = 0.0f;
     run.drive(t, 0.10f, 0.50f);

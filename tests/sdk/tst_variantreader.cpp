@@ -1,14 +1,17 @@
 #include "carinfo.h"
+#include "sample.h"
 #include "variantreader.h"
 
 #include <QBuffer>
 #include <QDataStream>
+#include <QFile>
 #include <QHash>
 #include <QMap>
 #include <QTest>
 #include <QVariant>
 
 #include <functional>
+#include <limits>
 
 using ZUM::SDK::VariantReader;
 
@@ -84,6 +87,12 @@ private slots:
     void negativeBitArrayLengthIsCorrupt_data();
     void negativeBitArrayLengthIsCorrupt();
     void carRecordWithANegativeBitArrayReadsEmpty();
+    void listOfSamplesReadsAsQtDoes_data();
+    void listOfSamplesReadsAsQtDoes();
+    void listClaimingMoreThanTheStreamHoldsFailsCleanly_data();
+    void listClaimingMoreThanTheStreamHoldsFailsCleanly();
+    void listReservesNoMoreThanTheStreamHolds_data();
+    void listReservesNoMoreThanTheStreamHolds();
 };
 
 void tst_VariantReader::readsAsQtDoes_data()
@@ -172,6 +181,39 @@ void tst_VariantReader::readsAsQtDoes_data()
             out << QVariantMap {{QStringLiteral("bits"), bits("1101")}};
         },
         QDataStream::Qt_5_15) << int(QDataStream::Qt_5_15);
+
+    QVariantMap lists;
+    lists.insert(QStringLiteral("strings"), QStringList {QStringLiteral("a"), QString()});
+    lists.insert(QStringLiteral("byte arrays"), QVariant::fromValue(QByteArrayList {"x", {}}));
+    lists.insert(QStringLiteral("variants"),
+                 QVariantList {1, QStringLiteral("y"), QVariantList {}});
+    lists.insert(QStringLiteral("empty"), QVariantList {});
+    for (const int version :
+         {current, int(QDataStream::Qt_6_0), int(QDataStream::Qt_5_15), int(QDataStream::Qt_5_0)}) {
+        QTest::addRow("lists of every kind, version %d", version)
+            << written([&](QDataStream &out) { out << lists; }, version) << version;
+    }
+    QTest::newRow("list cut short") << written(
+        [](QDataStream &out) {
+            out << quint32(1) << QStringLiteral("strings");
+            head(out, QMetaType::QStringList);
+            out << quint32(3) << QStringLiteral("only");
+        },
+        current) << current;
+    // Qt 5 numbered the user types, the graphical types and the size policy otherwise.
+    QTest::newRow("type numbers of Qt 5") << written(
+        [](QDataStream &out) {
+            out << quint32(3) << QStringLiteral("color");
+            out << quint32(67) << qint8(0) << quint32(0);
+            out << QStringLiteral("policy");
+            out << quint32(121) << qint8(0) << quint32(0);
+            out << QStringLiteral("user");
+            out << quint32(1024) << qint8(0) << QByteArray("ZUM::SDK::CarInfo");
+        },
+        QDataStream::Qt_5_15) << int(QDataStream::Qt_5_15);
+    QTest::newRow("car record of Qt 5")
+        << written([&](QDataStream &out) { out << car; }, QDataStream::Qt_5_15)
+        << int(QDataStream::Qt_5_15);
 }
 
 void tst_VariantReader::readsAsQtDoes()
@@ -264,6 +306,147 @@ void tst_VariantReader::carRecordWithANegativeBitArrayReadsEmpty()
     QCOMPARE(in.status(), QDataStream::ReadCorruptData);
     QCOMPARE(car.carId, QString());
     QCOMPARE(car.detailedTelemetry, false);
+}
+
+void tst_VariantReader::listOfSamplesReadsAsQtDoes_data()
+{
+    QTest::addColumn<int>("version");
+    for (const int version : {int(QDataStream::Qt_6_4), int(QDataStream::Qt_5_15)})
+        QTest::addRow("version %d", version) << version;
+}
+
+// Samples have no equality: what was read is compared as it writes.
+void tst_VariantReader::listOfSamplesReadsAsQtDoes()
+{
+    QFETCH(int, version);
+    ZUM::SDK::Sample sample;
+    sample.carId = QStringLiteral("12");
+    sample.driverName = QStringLiteral("Ana Souza");
+    const QVariantMap samples {
+        {QStringLiteral("samples"), QVariant::fromValue(QList<ZUM::SDK::Sample> {sample, {}})}};
+    const QByteArray bytes = written([&](QDataStream &out) { out << samples; }, version);
+    const Read byQt = read(bytes, version, true);
+    const Read byReader = read(bytes, version, false);
+    QCOMPARE(byReader.status, QDataStream::Ok);
+    QCOMPARE(byReader.status, byQt.status);
+    QCOMPARE(byReader.position, byQt.position);
+    QCOMPARE(byReader.saved, byQt.saved);
+    QCOMPARE(byReader.saved, bytes);
+}
+
+// A few damaged bytes claim a list of four billion entries: Qt would reserve room for them all
+// (hundreds of gigabytes, or std::bad_alloc thrown into the host); the reader reserves only what
+// the bytes left could hold and ends at the stream's end like any short stream.
+void tst_VariantReader::listClaimingMoreThanTheStreamHoldsFailsCleanly_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("version");
+    const auto list = [](quint32 type, const QByteArray &userName, const Writer &element) {
+        return [=](QDataStream &out) {
+            out << quint32(1) << QStringLiteral("list");
+            head(out, type);
+            if (!userName.isEmpty())
+                out << userName;
+            out << quint32(0xffffffff);
+            element(out);
+        };
+    };
+    const Writer variant = [](QDataStream &out) {
+        head(out, QMetaType::Int);
+        out << qint32(1);
+    };
+    const Writer text = [](QDataStream &out) {
+        out << QStringLiteral("a");
+    };
+    const Writer bytes = [](QDataStream &out) {
+        out << QByteArray("a");
+    };
+    const Writer sample = [](QDataStream &out) {
+        out << ZUM::SDK::Sample();
+    };
+    for (const int version : {int(QDataStream::Qt_6_4), int(QDataStream::Qt_5_15)}) {
+        const quint32 user = version >= QDataStream::Qt_6_0 ? quint32(QMetaType::User) : 1024;
+        QTest::addRow("variants, version %d", version)
+            << written(list(QMetaType::QVariantList, {}, variant), version) << version;
+        QTest::addRow("strings, version %d", version)
+            << written(list(QMetaType::QStringList, {}, text), version) << version;
+        QTest::addRow("byte arrays, version %d", version)
+            << written(list(QMetaType::QByteArrayList, {}, bytes), version) << version;
+        QTest::addRow("samples, version %d", version)
+            << written(list(user, "QList<ZUM::SDK::Sample>", sample), version) << version;
+    }
+}
+
+void tst_VariantReader::listClaimingMoreThanTheStreamHoldsFailsCleanly()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, version);
+    QDataStream in(bytes);
+    in.setVersion(version);
+    QVariantMap map {{QStringLiteral("before"), 1}};
+    VariantReader::read(in, map);
+    QCOMPARE(in.status(), QDataStream::ReadPastEnd);
+    QVERIFY(map.isEmpty());
+}
+
+namespace {
+
+// The most address space the process has held so far, in bytes; -1 where the system does not
+// tell. Linux reports it as VmPeak in kB.
+qint64 peakAddressSpace()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly | QIODevice::Text))
+        return -1;
+    // The file claims no size: it is read whole, not up to its end.
+    const QList<QByteArray> lines = status.readAll().split('\n');
+    for (const QByteArray &line : lines) {
+        if (line.startsWith("VmPeak:"))
+            return line.mid(7).trimmed().split(' ').first().toLongLong() * 1024;
+    }
+    return -1;
+}
+
+} // namespace
+
+void tst_VariantReader::listReservesNoMoreThanTheStreamHolds_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<qint64>("elementSize");
+    QTest::newRow("variants") << int(QMetaType::QVariantList) << qint64(sizeof(QVariant));
+    QTest::newRow("strings") << int(QMetaType::QStringList) << qint64(sizeof(QString));
+    QTest::newRow("byte arrays") << int(QMetaType::QByteArrayList) << qint64(sizeof(QByteArray));
+}
+
+// A count that claims gigabytes of elements, which the system grants as untouched address
+// space: the reservation would raise the process's peak, though the read fails at once. The
+// claim exceeds the peak so far by 4 GiB, so that each row could raise it again.
+void tst_VariantReader::listReservesNoMoreThanTheStreamHolds()
+{
+    QFETCH(int, type);
+    QFETCH(qint64, elementSize);
+    const qint64 before = peakAddressSpace();
+    if (before < 0)
+        QSKIP("the system does not tell the process's peak address space");
+    const qint64 claimed = before + (qint64(4) << 30);
+    if (claimed / elementSize > std::numeric_limits<quint32>::max())
+        QSKIP("the process holds more address space than a list can claim (a sanitizer's)");
+    const QByteArray bytes = written(
+        [&](QDataStream &out) {
+            out << quint32(1) << QStringLiteral("list");
+            head(out, quint32(type));
+            out << quint32(claimed / elementSize);
+        },
+        QDataStream::Qt_6_4);
+    QDataStream in(bytes);
+    in.setVersion(QDataStream::Qt_6_4);
+    QVariantMap map;
+    VariantReader::read(in, map);
+    QCOMPARE(in.status(), QDataStream::ReadPastEnd);
+    QVERIFY(map.isEmpty());
+    const qint64 grown = peakAddressSpace() - before;
+    QVERIFY2(grown < qint64(1) << 30,
+             qPrintable(QStringLiteral("peak grew by %1 bytes").arg(grown)));
 }
 
 QTEST_GUILESS_MAIN(tst_VariantReader)
