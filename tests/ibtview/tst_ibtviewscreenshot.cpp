@@ -34,9 +34,10 @@ void tst_IbtViewScreenshot::screenshotOfTheWindow()
     environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.filePath(QStringLiteral("config")));
     process.setProcessEnvironment(environment);
-    process.start(xvfbRun, {QStringLiteral("-a"), QStringLiteral("-s"),
-                            QStringLiteral("-screen 0 1920x1080x24"), QStringLiteral(IBT_VIEW_PATH),
-                            session, QStringLiteral("--screenshot"), picture});
+    process.start(xvfbRun,
+                  {QStringLiteral("-a"), QStringLiteral("-s"),
+                   QStringLiteral("-screen 0 1920x1080x24"), QStringLiteral(IBT_VIEW_PATH), session,
+                   QStringLiteral("--screenshot"), picture});
     QVERIFY(process.waitForFinished(120000));
     QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
              process.readAllStandardError().constData());

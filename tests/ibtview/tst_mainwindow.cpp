@@ -72,6 +72,8 @@ private slots:
     void channelSearch();
     void exportView_data();
     void exportView();
+    void exportLaps_data();
+    void exportLaps();
 
 private:
     bool open(const QStringList &paths);
@@ -394,6 +396,50 @@ void tst_MainWindow::exportView()
     const QRect map(charts->width(), 0, m_window->trackMap()->width(),
                     m_window->trackMap()->height());
     QVERIFY(PicturePixels::colourful(picture, map) > 200);
+}
+
+void tst_MainWindow::exportLaps_data()
+{
+    QTest::addColumn<QString>("units");
+    QTest::addColumn<QString>("speedTitle");
+    QTest::newRow("metric") << "metric"
+                            << "speed [km/h]";
+    QTest::newRow("imperial") << "imperial"
+                              << "speed [mph]";
+}
+
+void tst_MainWindow::exportLaps()
+{
+    QFETCH(QString, units);
+    QFETCH(QString, speedTitle);
+    QVERIFY(open({m_sessions.practice, m_sessions.shortOne}));
+    ViewModel &model = m_window->model();
+    model.setUnits(*UnitSystem::fromName(units));
+    model.setOverlaid({1, 0}, true);
+    QTemporaryDir folder;
+    QStringList written;
+    QString error;
+    QVERIFY2(m_window->exportLaps(folder.path(), &written, &error), qPrintable(error));
+
+    // One file per overlaid lap, named after its file, stint and lap, one row per sample.
+    const QList<Key> overlaid = model.overlaid();
+    QCOMPARE(written.size(), overlaid.size());
+    for (qsizetype i = 0; i < overlaid.size(); ++i) {
+        const ZUM::SDK::Lap &lap = model.lap(overlaid[i]);
+        const QString input
+            = QFileInfo(model.files()[overlaid[i].file].result.file).completeBaseName();
+        QCOMPARE(QFileInfo(written[i]).fileName(),
+                 QStringLiteral("%1_stint%2_lap%3.csv")
+                     .arg(input)
+                     .arg(lap.header().stint)
+                     .arg(lap.header().lapNumber));
+        QFile file(written[i]);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        QVERIFY(lines.first().split(',').contains(speedTitle.toUtf8()));
+        QCOMPARE(lines.size() - 2, lap.channel(QStringLiteral("speed"))->size()); // the titles,
+                                                                                  // a last newline
+    }
 }
 
 QTEST_MAIN(tst_MainWindow)

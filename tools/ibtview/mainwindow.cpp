@@ -2,6 +2,7 @@
 
 #include "chartsview.h"
 #include "importqueue.h"
+#include "lapcsv.h"
 #include "laplist.h"
 #include "trackmapview.h"
 #include "valuestable.h"
@@ -9,6 +10,7 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QComboBox>
+#include <QDir>
 #include <QDragEnterEvent>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -160,6 +162,8 @@ void MainWindow::buildMenus()
                     [this] { chooseExport(QStringLiteral("png")); });
     file->addAction(QStringLiteral("Export view as &SVG..."), this,
                     [this] { chooseExport(QStringLiteral("svg")); });
+    file->addAction(QStringLiteral("Export overlaid laps as &CSV..."), this,
+                    &MainWindow::chooseLapsExport);
     file->addSeparator();
     file->addAction(QStringLiteral("&Quit"), QKeySequence::Quit, this, &QWidget::close);
 
@@ -327,6 +331,39 @@ void MainWindow::chooseExport(const QString &kind)
     QString error;
     if (!path.isEmpty() && !exportView(path, &error))
         QMessageBox::warning(this, QStringLiteral("Export view"), error);
+}
+
+bool MainWindow::exportLaps(const QString &directory, QStringList *written, QString *errorString)
+{
+    LapCsv::Settings settings;
+    settings.directory = QDir(directory);
+    settings.units = m_model.units();
+    const QList<ViewModel::LapKey> overlaid = m_model.overlaid();
+    for (qsizetype f = 0; f < m_model.files().size(); ++f) {
+        QList<qsizetype> chosen;
+        for (const ViewModel::LapKey &key : overlaid) {
+            if (key.file == f)
+                chosen.append(key.lap);
+        }
+        if (!chosen.isEmpty()
+            && !LapCsv::write(m_model.files()[f].result, chosen, settings, written, errorString))
+            return false;
+    }
+    return true;
+}
+
+void MainWindow::chooseLapsExport()
+{
+    const QString directory = QFileDialog::getExistingDirectory(
+        this, QStringLiteral("Export the overlaid laps as CSV into"));
+    if (directory.isEmpty())
+        return;
+    QStringList written;
+    QString error;
+    if (!exportLaps(directory, &written, &error))
+        QMessageBox::warning(this, QStringLiteral("Export laps"), error);
+    m_messages->appendPlainText(
+        QStringLiteral("%1 CSV files written into %2").arg(written.size()).arg(directory));
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent *event)

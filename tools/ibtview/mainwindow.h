@@ -49,6 +49,9 @@ public:
     void paintView(QPainter &painter);
     // A picture of the view, PNG or SVG by the name's ending; false with errorString set.
     bool exportView(const QString &path, QString *errorString);
+    // The overlaid laps as CSV files in a folder, as ibt-laps writes them, in the view's units;
+    // the files written are appended to written.
+    bool exportLaps(const QString &directory, QStringList *written, QString *errorString);
 
 protected:
     void dragEnterEvent(QDragEnterEvent *event) override;
@@ -65,6 +68,7 @@ private:
     void fillChannelList();
     void filterChannels(const QString &text);
     void chooseExport(const QString &kind);
+    void chooseLapsExport();
     void refreshValueColumns();
 
     ViewModel m_model;
