@@ -28,14 +28,26 @@ void DistanceChart::draw(QPainter &painter, const QRectF &area, const PlotAxis &
     PlotPanel panel(painter, area, distance, PlotAxis::fitting(range, 4, PlotAxis::Ends::Ticks));
     panel.drawFrame(heading, QString(), valueTitle, !range.isEmpty());
     const int columns = std::max(1, int(std::lround(area.width())));
+    painter.save();
+    painter.setClipRect(area);
+    painter.setBrush(Qt::NoBrush);
+    // Lines of one pixel without antialiasing: the raster engine draws them several times
+    // faster, and a repaint follows every move of the cursor.
+    painter.setRenderHint(QPainter::Antialiasing, false);
     for (const Line &line : lines) {
         QList<QPolygonF> points = line.trace->decimated(distance.low(), distance.high(), columns);
+        if (line.steps)
+            points = LapSeries::steps(points);
+        // Straight into the panel's pixels as polylines: the one path of every line that
+        // PlotPanel builds costs more than the drawing at this rate of repaints.
+        painter.setPen(line.pen);
         for (QPolygonF &segment : points) {
             for (QPointF &point : segment)
-                point.setY(line.convert(point.y()));
+                point = panel.map({point.x(), line.convert(point.y())});
+            painter.drawPolyline(segment);
         }
-        panel.drawLines(line.steps ? LapSeries::steps(points) : points, line.pen);
     }
+    painter.restore();
     if (lines.isEmpty())
         panel.drawNote(QStringLiteral("no lap has this channel"));
     if (cursor)

@@ -129,10 +129,13 @@ QList<QPolygonF> DistanceTrace::decimated(double low, double high, int columns) 
                 highest = j;
             ++j;
         }
-        QList<size_t> kept {i, std::min(lowest, highest), std::max(lowest, highest), j - 1};
-        kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
-        for (const size_t k : kept)
-            line.append(QPointF(m_distance[k], m_values[k]));
+        // A column's lowest and highest value, in the order driven: a line through them
+        // covers every pixel the samples would.
+        line.append(QPointF(m_distance[std::min(lowest, highest)],
+                            m_values[std::min(lowest, highest)]));
+        if (lowest != highest)
+            line.append(QPointF(m_distance[std::max(lowest, highest)],
+                                m_values[std::max(lowest, highest)]));
         i = j;
     }
     breakLine();

@@ -39,10 +39,9 @@ public:
     std::pair<double, double> valueRange() const;
 
     // The stretch from low to high as a line to draw `columns` pixel columns wide, with
-    // the samples just outside so that it runs to the edges. Where a column holds more than
-    // a few samples they are reduced to their first, lowest, highest and last value, so the
-    // line's length follows the width, not the lap's length, and keeps every peak. Breaks
-    // where a value is missing.
+    // the samples just outside so that it runs to the edges. The samples of each pixel column
+    // are reduced to their lowest and highest value, so that the line's length follows the
+    // width, not the lap's length, and keeps every peak. Breaks where a value is missing.
     QList<QPolygonF> decimated(double low, double high, int columns) const;
 
 private:

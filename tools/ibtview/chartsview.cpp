@@ -130,8 +130,12 @@ void ChartsView::paint(QPainter &painter, const QSize &size)
                     const DistanceTrace &trace = m_traces.trace(key, channel);
                     if (trace.isEmpty())
                         continue;
-                    QPen pen(LapTraces::colour(m_model, key), reference ? 2.2 : 1.4,
+                    // Pens of one pixel, drawn directly, where wider lines are outlined and
+                    // filled at several times the cost. The reference stands out by its
+                    // colour and by lying on top.
+                    QPen pen(LapTraces::colour(m_model, key), 1.0,
                              n == 0 ? Qt::SolidLine : Qt::DashLine);
+                    pen.setCosmetic(true);
                     lines.append({&trace, m_traces.conversion(key, channel), pen,
                                   channel == QLatin1String("gear")});
                 }

@@ -59,6 +59,7 @@ std::optional<QPointF> TrackMapView::ground(ViewModel::LapKey key, double distan
 void TrackMapView::rebuildPath()
 {
     m_path.clear();
+    m_pathPicture = QPixmap();
     const ViewModel::LapKey reference = m_model.reference();
     if (!reference.isValid())
         return;
@@ -112,6 +113,12 @@ std::optional<QPointF> TrackMapView::lapAtCursor(ViewModel::LapKey key) const
 
 void TrackMapView::paint(QPainter &painter, const QSize &size)
 {
+    drawPath(painter, size);
+    drawMarkers(painter, size);
+}
+
+void TrackMapView::drawPath(QPainter &painter, const QSize &size) const
+{
     painter.fillRect(QRect(QPoint(0, 0), size), Qt::white);
     painter.setRenderHint(QPainter::Antialiasing);
     if (m_path.isEmpty()) {
@@ -139,10 +146,22 @@ void TrackMapView::paint(QPainter &painter, const QSize &size)
         painter.setPen(QPen(colour, 5.0, Qt::SolidLine, Qt::RoundCap));
         painter.drawLine(place(m_path[i - 1].ground, size), place(m_path[i].ground, size));
     }
-    // The line, and every overlaid lap where the cursor is, the reference on top.
+    // The line.
     painter.setPen(QPen(PlotStyle::textColour(), 2.0));
     painter.setBrush(Qt::white);
     painter.drawEllipse(place(m_path.first().ground, size), 6.0, 6.0);
+    painter.setPen(PlotStyle::textColour());
+    painter.setFont(PlotStyle::font(13));
+    painter.drawText(QPointF(6, size.height() - 6),
+                     QStringLiteral("coloured by %1, dark low, light high").arg(m_colourChannel));
+}
+
+void TrackMapView::drawMarkers(QPainter &painter, const QSize &size) const
+{
+    if (m_path.isEmpty())
+        return;
+    painter.setRenderHint(QPainter::Antialiasing);
+    // Every overlaid lap where the cursor is, the reference on top.
     QList<ViewModel::LapKey> laps = m_model.overlaid();
     laps.removeOne(m_model.reference());
     laps.append(m_model.reference());
@@ -154,22 +173,26 @@ void TrackMapView::paint(QPainter &painter, const QSize &size)
         painter.setBrush(LapTraces::colour(m_model, key));
         painter.drawEllipse(place(*point, size), 7.0, 7.0);
     }
-    painter.setPen(PlotStyle::textColour());
-    painter.setFont(PlotStyle::font(13));
-    painter.drawText(QPointF(6, size.height() - 6),
-                     QStringLiteral("coloured by %1, dark low, light high").arg(m_colourChannel));
 }
 
 void TrackMapView::paintEvent(QPaintEvent *)
 {
+    const qreal ratio = devicePixelRatioF();
+    if (m_pathPicture.isNull()) {
+        m_pathPicture = QPixmap(size() * ratio);
+        m_pathPicture.setDevicePixelRatio(ratio);
+        QPainter picture(&m_pathPicture);
+        drawPath(picture, size());
+    }
     QPainter painter(this);
-    paint(painter, size());
+    painter.drawPixmap(0, 0, m_pathPicture);
+    drawMarkers(painter, size());
 }
 
 void TrackMapView::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
-    update();
+    m_pathPicture = QPixmap();
 }
 
 void TrackMapView::mousePressEvent(QMouseEvent *event)

@@ -2,6 +2,7 @@
 
 #include "viewmodel.h"
 
+#include <QPixmap>
 #include <QPointF>
 #include <QWidget>
 
@@ -29,6 +30,7 @@ public:
     // Where a lap is at the cursor, in the view; null when it has no position there.
     std::optional<QPointF> lapAtCursor(ViewModel::LapKey key) const;
 
+    // The map into any painter over a view of that size: the screen, a picture.
     void paint(QPainter &painter, const QSize &size);
 
 protected:
@@ -45,6 +47,10 @@ private:
     };
 
     void rebuildPath();
+    // The coloured path, which changes with the reference, the colour channel and the size.
+    void drawPath(QPainter &painter, const QSize &size) const;
+    // The laps where the cursor is, which changes all the time.
+    void drawMarkers(QPainter &painter, const QSize &size) const;
     std::optional<QPointF> ground(ViewModel::LapKey key, double distance) const;
     QPointF place(const QPointF &ground, const QSize &size) const;
 
@@ -54,4 +60,5 @@ private:
     QList<PathPoint> m_path;
     QPointF m_origin; // longitude and latitude of the first point, degrees
     QRectF m_bounds; // of the path on the ground
+    QPixmap m_pathPicture; // drawPath at the widget's size; null when to be drawn again
 };
