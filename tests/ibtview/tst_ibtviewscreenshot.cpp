@@ -37,7 +37,8 @@ void tst_IbtViewScreenshot::screenshotOfTheWindow()
     process.start(xvfbRun,
                   {QStringLiteral("-a"), QStringLiteral("-s"),
                    QStringLiteral("-screen 0 1920x1080x24"), QStringLiteral(IBT_VIEW_PATH), session,
-                   QStringLiteral("--screenshot"), picture});
+                   QStringLiteral("--laps"), QStringLiteral("1-3"), QStringLiteral("--screenshot"),
+                   picture});
     QVERIFY(process.waitForFinished(120000));
     QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
              process.readAllStandardError().constData());
@@ -47,14 +48,23 @@ void tst_IbtViewScreenshot::screenshotOfTheWindow()
     // The window's own size when it opens.
     QCOMPARE(image.size(), QSize(1600, 950));
     // The charts fill the middle of the window, one above the other: each fifth of it holds
-    // the reference lap's line.
+    // lines of the overlaid laps, the best and the two asked for beside it.
     const int chartsLeft = 500, chartsRight = 1200, chartsHeight = 820;
+    const auto band = [&](int chart) {
+        return QRect(chartsLeft, chart * chartsHeight / 5, chartsRight - chartsLeft,
+                     chartsHeight / 5);
+    };
     for (int chart = 0; chart < 5; ++chart) {
-        const QRect band(chartsLeft, chart * chartsHeight / 5, chartsRight - chartsLeft,
-                         chartsHeight / 5);
-        QVERIFY2(PicturePixels::count(image, band, PlotStyle::bestColour()) > 100,
-                 qPrintable(QStringLiteral("chart %1").arg(chart)));
+        int lines = 0;
+        for (const QColor &colour :
+             {PlotStyle::bestColour(), PlotStyle::otherColour(0), PlotStyle::otherColour(1)})
+            lines += PicturePixels::count(image, band(chart), colour);
+        QVERIFY2(lines > 100, qPrintable(QStringLiteral("chart %1").arg(chart)));
     }
+    // The reference on top in the speed chart; the others apart from it in the delta chart.
+    QVERIFY(PicturePixels::count(image, band(0), PlotStyle::bestColour()) > 100);
+    QVERIFY(PicturePixels::count(image, band(1), PlotStyle::otherColour(0)) > 100);
+    QVERIFY(PicturePixels::count(image, band(1), PlotStyle::otherColour(1)) > 100);
     // The track map on the right, coloured by speed.
     QVERIFY(PicturePixels::colourful(image, QRect(1250, 380, 340, 420)) > 200);
 }

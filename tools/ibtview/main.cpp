@@ -1,4 +1,5 @@
 #include "importqueue.h"
+#include "lapselection.h"
 #include "mainwindow.h"
 
 #include <QApplication>
@@ -17,11 +18,31 @@ QString pluginPath()
         .absoluteFilePath(QStringLiteral("../plugins/") + QStringLiteral(ZUM_PLUGIN_FILE_NAME));
 }
 
-// Once every file is imported and the window drawn, saves a picture of it and quits.
-void screenshotWhenReady(MainWindow &window, const QString &path)
+// What the command line asks for once the files are open: laps overlaid, the cursor, and a
+// picture of the window after which the program quits.
+struct Start
 {
-    const auto grab = [&window, path] {
-        QTimer::singleShot(0, &window, [&window, path] {
+    std::optional<LapSelection> laps;
+    std::optional<double> cursor;
+    QString screenshot;
+};
+
+void whenOpen(MainWindow &window, const Start &start)
+{
+    const auto apply = [&window, start] {
+        ViewModel &model = window.model();
+        if (start.laps) {
+            for (qsizetype f = 0; f < model.files().size(); ++f) {
+                for (const qsizetype lap : start.laps->select(model.files()[f].result.laps))
+                    model.setOverlaid({f, lap}, true);
+            }
+        }
+        if (start.cursor)
+            model.setCursor(*start.cursor);
+        if (start.screenshot.isEmpty())
+            return;
+        // Once the window is drawn.
+        QTimer::singleShot(0, &window, [&window, path = start.screenshot] {
             const bool saved = window.grab().save(path, "PNG");
             if (!saved)
                 std::fprintf(stderr, "ibt-view: cannot write %s\n", qPrintable(path));
@@ -29,9 +50,10 @@ void screenshotWhenReady(MainWindow &window, const QString &path)
         });
     };
     if (window.imports().isBusy())
-        QObject::connect(&window.imports(), &ImportQueue::idle, &window, grab);
+        QObject::connect(&window.imports(), &ImportQueue::idle, &window, apply,
+                         Qt::SingleShotConnection);
     else
-        grab();
+        apply();
 }
 
 } // namespace
@@ -57,8 +79,14 @@ int main(int argc, char *argv[])
         QStringLiteral("screenshot"),
         QStringLiteral("Open the files, save a picture of the window as PNG, and quit."),
         QStringLiteral("file"));
-    parser.addOption(units);
-    parser.addOption(screenshot);
+    const QCommandLineOption laps(QStringLiteral("laps"),
+                                  QStringLiteral("Overlay these laps of every file, e.g. 1,3-4, "
+                                                 "beside each file's best lap."),
+                                  QStringLiteral("numbers"));
+    const QCommandLineOption cursor(QStringLiteral("cursor"),
+                                    QStringLiteral("Put the cursor at this lap distance."),
+                                    QStringLiteral("metres"));
+    parser.addOptions({units, laps, cursor, screenshot});
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("The .ibt files to open."),
                                  QStringLiteral("[FILE.ibt...]"));
     parser.process(application);
@@ -71,11 +99,30 @@ int main(int argc, char *argv[])
         return 2;
     }
 
+    Start start;
+    if (parser.isSet(laps)) {
+        QString error;
+        start.laps.emplace();
+        if (!start.laps->setNumbers(parser.value(laps), &error)) {
+            std::fprintf(stderr, "ibt-view: --laps: %s\n", qPrintable(error));
+            return 2;
+        }
+    }
+    if (parser.isSet(cursor)) {
+        bool ok = false;
+        start.cursor = parser.value(cursor).toDouble(&ok);
+        if (!ok) {
+            std::fprintf(stderr, "ibt-view: --cursor: not a distance in metres: %s\n",
+                         qPrintable(parser.value(cursor)));
+            return 2;
+        }
+    }
+    start.screenshot = parser.value(screenshot);
+
     MainWindow window(pluginPath());
     window.model().setUnits(*system);
     window.openFiles(parser.positionalArguments());
     window.show();
-    if (parser.isSet(screenshot))
-        screenshotWhenReady(window, parser.value(screenshot));
+    whenOpen(window, start);
     return application.exec();
 }
