@@ -12,7 +12,9 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QPlainTextEdit>
 #include <QSignalSpy>
 #include <QTest>
@@ -70,6 +72,8 @@ private slots:
     void zoom();
     void mapClick();
     void channelSearch();
+    void recentFiles();
+    void dropFiles();
     void exportView_data();
     void exportView();
     void exportLaps_data();
@@ -163,6 +167,12 @@ void tst_MainWindow::openFiles()
         const RecordingInfo info = RecordingInfo::read(m_sessions.damaged);
         QVERIFY(!info.problem().isEmpty());
         QVERIFY2(text.contains(QStringLiteral("(%1)").arg(info.problem())), qPrintable(text));
+        const ImportResult direct = ViewerTest::host().importFile(m_sessions.damaged);
+        QVERIFY(direct.failed);
+        for (const ImportResult::Message &message : direct.messages) {
+            if (message.level == ZUM::SDK::PluginInterfaceImport::Error)
+                QVERIFY2(text.contains(message.text), qPrintable(text));
+        }
     }
 }
 
@@ -366,6 +376,52 @@ void tst_MainWindow::channelSearch()
     QCOMPARE(m_window->charts()->charts().size(), charts + 1);
     QCOMPARE(m_window->charts()->charts().last().channels, QStringList {"fuellevel"});
     QVERIFY(valueColumn(QStringLiteral("fuellevel")) > 0);
+}
+
+void tst_MainWindow::recentFiles()
+{
+    QVERIFY(open({m_sessions.shortOne, m_sessions.missing, m_sessions.practice}));
+    // Newest first; a file that did not open is not among them.
+    const auto recentActions = [this] {
+        for (QMenu *menu : m_window->menuBar()->findChildren<QMenu *>()) {
+            if (menu->title() == QLatin1String("Open &recent"))
+                return menu->actions();
+        }
+        return QList<QAction *>();
+    };
+    QList<QAction *> actions = recentActions();
+    QVERIFY(actions.size() >= 2);
+    QCOMPARE(actions[0]->text(), QFileInfo(m_sessions.practice).absoluteFilePath());
+    QCOMPARE(actions[1]->text(), QFileInfo(m_sessions.shortOne).absoluteFilePath());
+    for (QAction *action : actions)
+        QVERIFY(action->text() != QFileInfo(m_sessions.missing).absoluteFilePath());
+
+    // A new window finds them, and opens one from the menu.
+    init();
+    actions = recentActions();
+    QCOMPARE(actions[0]->text(), QFileInfo(m_sessions.practice).absoluteFilePath());
+    QSignalSpy idle(&m_window->imports(), &ImportQueue::idle);
+    actions[1]->trigger();
+    QVERIFY(idle.wait(120000));
+    QCOMPARE(m_window->model().files().size(), 1);
+    QCOMPARE(m_window->model().files().first().result.file, actions[1]->text());
+}
+
+void tst_MainWindow::dropFiles()
+{
+    QMimeData data;
+    data.setUrls(
+        {QUrl::fromLocalFile(m_sessions.practice), QUrl::fromLocalFile(m_sessions.shortOne)});
+    const QPoint point = m_window->rect().center();
+    QDragEnterEvent enter(point, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(m_window.get(), &enter);
+    QVERIFY(enter.isAccepted());
+    QSignalSpy idle(&m_window->imports(), &ImportQueue::idle);
+    QDropEvent drop(point, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(m_window.get(), &drop);
+    QVERIFY(idle.wait(120000));
+    QCOMPARE(m_window->model().files().size(), 2);
+    QCOMPARE(m_window->lapList()->rowCount(), 9);
 }
 
 void tst_MainWindow::exportView_data()

@@ -192,10 +192,16 @@ void MainWindow::imported(const ImportResult &result)
 {
     const QString name = QFileInfo(result.file).fileName();
     if (result.failed || result.laps.isEmpty()) {
-        // What the plug-in said, and what the file itself tells of the reason.
-        QStringList said;
-        for (const ImportResult::Message &message : result.messages)
+        // What the plug-in said (its errors, or else all it said), and what the file itself
+        // tells of the reason.
+        QStringList said, errors;
+        for (const ImportResult::Message &message : result.messages) {
             said.append(message.text);
+            if (message.level == ZUM::SDK::PluginInterfaceImport::Error)
+                errors.append(message.text);
+        }
+        if (!errors.isEmpty())
+            said = errors;
         QString text = QStringLiteral("%1: not opened").arg(result.file);
         if (!said.isEmpty())
             text += QStringLiteral(": ") + said.join(QStringLiteral("; "));
