@@ -1,6 +1,7 @@
 #include "chartsview.h"
 #include "importqueue.h"
 #include "laplist.h"
+#include "laptraces.h"
 #include "mainwindow.h"
 #include "picturepixels.h"
 #include "plotstyle.h"
@@ -285,6 +286,8 @@ void tst_MainWindow::cursorAndValues()
     for (int row = 0; row < table->rowCount(); ++row) {
         const Key key = model.overlaid()[row];
         QCOMPARE(table->item(row, 0)->text(), model.lapName(key));
+        QCOMPARE(table->item(row, 0)->data(Qt::DecorationRole).value<QColor>(),
+                 LapTraces::colour(model, key));
         const double expected = speedAt(model.lap(key), distance, unit);
         QVERIFY(std::isfinite(expected));
         QCOMPARE(table->item(row, column)->text(), QString::number(expected, 'f', 2));
@@ -400,11 +403,14 @@ void tst_MainWindow::recentFiles()
     init();
     actions = recentActions();
     QCOMPARE(actions[0]->text(), QFileInfo(m_sessions.practice).absoluteFilePath());
+    // The menu is filled anew when the file has opened: its actions are gone by then.
+    const QString second = actions[1]->text();
     QSignalSpy idle(&m_window->imports(), &ImportQueue::idle);
     actions[1]->trigger();
     QVERIFY(idle.wait(120000));
     QCOMPARE(m_window->model().files().size(), 1);
-    QCOMPARE(m_window->model().files().first().result.file, actions[1]->text());
+    QCOMPARE(m_window->model().files().first().result.file, second);
+    QCOMPARE(recentActions().first()->text(), second);
 }
 
 void tst_MainWindow::dropFiles()

@@ -36,7 +36,8 @@ void ValuesTable::refresh()
     for (int row = 0; row < laps.size(); ++row) {
         const ViewModel::LapKey key = laps[row];
         auto *name = new QTableWidgetItem(m_model.lapName(key));
-        name->setForeground(LapTraces::colour(m_model, key));
+        // A swatch of the lap's colour: the lighter colours read poorly as text.
+        name->setData(Qt::DecorationRole, LapTraces::colour(m_model, key));
         setItem(row, 0, name);
         for (int c = 0; c < m_channels.size(); ++c) {
             const double value = m_traces.valueAt(key, m_channels[c], distance);

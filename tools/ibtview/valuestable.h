@@ -7,8 +7,8 @@
 
 class LapTraces;
 
-// The values of every overlaid lap at the cursor: one row per lap in its colour, one column
-// per channel of the charts, in the view's units.
+// The values of every overlaid lap at the cursor: one row per lap with a swatch of its
+// colour, one column per channel of the charts, in the view's units.
 class ValuesTable : public QTableWidget
 {
     Q_OBJECT

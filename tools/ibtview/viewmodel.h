@@ -6,7 +6,6 @@
 
 #include <QList>
 #include <QObject>
-#include <QSet>
 
 #include <optional>
 
