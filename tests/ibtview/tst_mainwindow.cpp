@@ -11,6 +11,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -72,6 +73,7 @@ private slots:
     void cursorAndValues();
     void zoom();
     void mapClick();
+    void mapColour();
     void channelSearch();
     void recentFiles();
     void dropFiles();
@@ -354,6 +356,34 @@ void tst_MainWindow::mapClick()
         const QImage picture = map->grab().toImage();
         QCOMPARE(picture.pixelColor(marker->toPoint()), PlotStyle::bestColour());
     }
+}
+
+void tst_MainWindow::mapColour()
+{
+    QVERIFY(open({m_sessions.practice}));
+    TrackMapView *map = m_window->trackMap();
+    QCOMPARE(map->colourChannel(), QStringLiteral("speed"));
+    const double length = m_window->model().fullHigh();
+    // The path's colours at points of the lap where the car brakes and where it does not.
+    const auto colours = [map, length] {
+        const QImage picture = map->grab().toImage();
+        QSet<QRgb> found;
+        for (int i = 1; i < 40; ++i)
+            found.insert(picture.pixel(map->placeOf(i * length / 40)->toPoint()));
+        return found;
+    };
+    const QSet<QRgb> bySpeed = colours();
+    // Speed changes all round the lap: many shades of the scale.
+    QVERIFY(bySpeed.size() > 10);
+
+    auto *choice = m_window->findChild<QComboBox *>();
+    QVERIFY(choice);
+    choice->setCurrentText(QStringLiteral("brake"));
+    QCOMPARE(map->colourChannel(), QStringLiteral("brake"));
+    // Off the brake on most of the lap: the darkest shade, unlike any by speed.
+    const QSet<QRgb> byBrake = colours();
+    QVERIFY(byBrake != bySpeed);
+    QVERIFY(byBrake.contains(PlotStyle::scaleColour(0.0).rgb()));
 }
 
 void tst_MainWindow::channelSearch()
