@@ -64,13 +64,6 @@ void ChartsView::addChannel(const QString &channel)
     update();
 }
 
-void ChartsView::removeChart(int index)
-{
-    m_charts.removeAt(index);
-    emit chartsChanged();
-    update();
-}
-
 QList<QRectF> ChartsView::chartAreas(const QSize &size) const
 {
     QList<QRectF> areas;
@@ -85,13 +78,6 @@ double ChartsView::distanceAt(double x) const
 {
     const double share = (x - left) / std::max(1.0, width() - left - right);
     return m_model.visibleLow() + share * (m_model.visibleHigh() - m_model.visibleLow());
-}
-
-double ChartsView::xOf(double distance) const
-{
-    return left
-        + (distance - m_model.visibleLow()) / (m_model.visibleHigh() - m_model.visibleLow())
-        * (width() - left - right);
 }
 
 QString ChartsView::title(const Chart &chart) const

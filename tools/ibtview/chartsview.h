@@ -31,13 +31,11 @@ public:
     const QList<Chart> &charts() const { return m_charts; }
     // A chart of one more channel, below the others; none twice.
     void addChannel(const QString &channel);
-    void removeChart(int index);
 
     // Where the charts' frames are in a view of that size.
     QList<QRectF> chartAreas(const QSize &size) const;
     // The lap distance at a horizontal position of the view.
     double distanceAt(double x) const;
-    double xOf(double distance) const;
 
     // Paints the charts into any painter over a view of that size: the screen, a picture.
     void paint(QPainter &painter, const QSize &size);
