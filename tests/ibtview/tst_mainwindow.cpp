@@ -139,6 +139,8 @@ void tst_MainWindow::openFiles_data()
                           << QStringList {"practice.ibt: 5 laps"};
     QTest::newRow("damaged") << QStringList {"damaged.ibt"} << 0
                              << QStringList {"damaged.ibt: not opened: "};
+    QTest::newRow("no laps") << QStringList {"no-player.ibt"} << 0
+                             << QStringList {"no-player.ibt: not opened: no laps"};
     QTest::newRow("missing") << QStringList {"missing.ibt"} << 0
                              << QStringList {"missing.ibt: not opened: ", "(does not exist)"};
     QTest::newRow("good beside bad ones")

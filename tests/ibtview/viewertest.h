@@ -16,6 +16,7 @@ struct Sessions
     SessionGenerator::Options shortOptions;
     QString practice;
     QString shortOne; // two flying laps on a short track, quicker than the practice's
+    QString noPlayer; // a session without the player's car: no laps
     QString damaged; // a file cut inside its header
     QString missing; // a path with no file
 
@@ -27,10 +28,15 @@ struct Sessions
         shortOptions.laps = 2;
         shortOptions.otherCars = 1;
         shortOne = dir.filePath(QStringLiteral("short.ibt"));
+        noPlayer = dir.filePath(QStringLiteral("no-player.ibt"));
         damaged = dir.filePath(QStringLiteral("damaged.ibt"));
         missing = dir.filePath(QStringLiteral("missing.ibt"));
         if (!SessionGenerator(practiceOptions).write(practice)
             || !SessionGenerator(shortOptions).write(shortOne))
+            return false;
+        SessionGenerator::Options noPlayerOptions = shortOptions;
+        noPlayerOptions.player = false;
+        if (!SessionGenerator(noPlayerOptions).write(noPlayer))
             return false;
         QFile source(shortOne), cut(damaged);
         if (!source.open(QIODevice::ReadOnly) || !cut.open(QIODevice::WriteOnly))

@@ -39,6 +39,7 @@ LapList::LapList(ViewModel &model, QWidget *parent)
     , m_model(model)
 {
     setSelectionBehavior(QAbstractItemView::SelectRows);
+    setTextElideMode(Qt::ElideMiddle);
     verticalHeader()->hide();
     connect(&m_model, &ViewModel::lapsChanged, this, &LapList::rebuild);
     connect(&m_model, &ViewModel::overlayChanged, this, &LapList::showChecks);
@@ -72,6 +73,7 @@ void LapList::rebuild()
         const ViewModel::OpenFile &file = m_model.files()[key.file];
         const ZUM::SDK::LapHeader &header = m_model.lap(key).header();
         QTableWidgetItem *name = cell(QFileInfo(file.result.file).fileName());
+        name->setToolTip(file.result.file);
         name->setFlags(name->flags() | Qt::ItemIsUserCheckable);
         setItem(row, OverlayColumn, name);
         auto *reference = cell(QString());
@@ -92,6 +94,8 @@ void LapList::rebuild()
     m_updating = false;
     showChecks();
     resizeColumnsToContents();
+    // Recorded files have long names: the middle of the name gives way to the times.
+    setColumnWidth(OverlayColumn, std::min(columnWidth(OverlayColumn), 170));
 }
 
 void LapList::showChecks()

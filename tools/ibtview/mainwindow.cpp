@@ -192,20 +192,17 @@ void MainWindow::imported(const ImportResult &result)
 {
     const QString name = QFileInfo(result.file).fileName();
     if (result.failed || result.laps.isEmpty()) {
-        // What the plug-in said (its errors, or else all it said), and what the file itself
-        // tells of the reason.
-        QStringList said, errors;
+        // The plug-in's errors, and what the file itself tells of the reason; a file read
+        // without errors simply held no laps.
+        QStringList errors;
         for (const ImportResult::Message &message : result.messages) {
-            said.append(message.text);
             if (message.level == ZUM::SDK::PluginInterfaceImport::Error)
                 errors.append(message.text);
         }
-        if (!errors.isEmpty())
-            said = errors;
         QString text = QStringLiteral("%1: not opened").arg(result.file);
-        if (!said.isEmpty())
-            text += QStringLiteral(": ") + said.join(QStringLiteral("; "));
-        else if (result.laps.isEmpty())
+        if (!errors.isEmpty())
+            text += QStringLiteral(": ") + errors.join(QStringLiteral("; "));
+        else
             text += QStringLiteral(": no laps");
         if (!result.recording.problem().isEmpty())
             text += QStringLiteral(" (%1)").arg(result.recording.problem());
