@@ -5,6 +5,7 @@
 #include "mainwindow.h"
 #include "picturepixels.h"
 #include "plotstyle.h"
+#include "samplefiles.h"
 #include "trackmapview.h"
 #include "valuestable.h"
 #include "viewertest.h"
@@ -67,6 +68,7 @@ private slots:
     void cleanup();
     void openFiles_data();
     void openFiles();
+    void recordedFiles();
     void tickingLaps();
     void choosingTheReference();
     void cursorAndValues_data();
@@ -179,6 +181,29 @@ void tst_MainWindow::openFiles()
                 QVERIFY2(text.contains(message.text), qPrintable(text));
         }
     }
+}
+
+void tst_MainWindow::recordedFiles()
+{
+    ZUM_REQUIRE_SAMPLE_FILES();
+    const QStringList paths = SampleFiles::all();
+    QVERIFY(open(paths));
+    // Every lap the plug-in gives for each file is listed; a file without laps is named in
+    // the messages instead.
+    qsizetype laps = 0;
+    for (const QString &path : paths) {
+        const qsizetype count = ViewerTest::host().importFile(path).laps.size();
+        laps += count;
+        if (count == 0)
+            QVERIFY(m_window->messages()->toPlainText().contains(path
+                                                                 + QStringLiteral(": not opened")));
+    }
+    QCOMPARE(m_window->lapList()->rowCount(), laps);
+    QVERIFY(m_window->model().reference().isValid());
+    // The overlaid laps are drawn, whatever their files held.
+    QVERIFY(
+        PicturePixels::colourful(m_window->charts()->grab().toImage(), m_window->charts()->rect())
+        > 100);
 }
 
 void tst_MainWindow::tickingLaps()
