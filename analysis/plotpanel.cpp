@@ -102,6 +102,11 @@ void PlotPanel::drawLevel(double y, const QPen &pen)
     drawLines({QPolygonF({QPointF(m_x.low(), y), QPointF(m_x.high(), y)})}, pen);
 }
 
+void PlotPanel::drawCursor(double x, const QPen &pen)
+{
+    drawLines({QPolygonF({QPointF(x, m_y.low()), QPointF(x, m_y.high())})}, pen);
+}
+
 void PlotPanel::drawNote(const QString &text)
 {
     m_painter.setFont(PlotStyle::font(24));

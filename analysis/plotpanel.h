@@ -28,6 +28,8 @@ public:
     void drawLines(const QList<QPolygonF> &segments, const QPen &pen);
     // A line across the panel at a value of the y axis.
     void drawLevel(double y, const QPen &pen);
+    // A line from top to bottom of the panel at a value of the x axis: a cursor.
+    void drawCursor(double x, const QPen &pen);
     // A word in the middle of the panel where there is nothing to draw.
     void drawNote(const QString &text);
 

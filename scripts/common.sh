@@ -1,8 +1,10 @@
 # Shared by ./run and ./test: install what is missing, then configure and build incrementally.
 
-# Debian 12 packages the project builds with; dpkg-dev (dpkg-shlibdeps) and file for the
-# Debian package's dependencies, which cpack computes.
-ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev fonts-dejavu-core dpkg-dev file)
+# Debian 12 packages the project builds with: Qt with SVG for the pictures and Widgets for the
+# viewer, Xvfb for the test that runs the viewer on a display; dpkg-dev (dpkg-shlibdeps) and file
+# for the Debian package's dependencies, which cpack computes.
+ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev qt6-svg-dev xvfb xauth fonts-dejavu-core dpkg-dev
+    file)
 # clang with libFuzzer and its sanitizer runtimes, for the fuzz targets (build-fuzz).
 ZUM_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
