@@ -1,6 +1,7 @@
 #include "lapplot.h"
 
 #include "lapdelta.h"
+#include "lapselection.h"
 #include "lapseries.h"
 #include "laptime.h"
 #include "plotlaps.h"
@@ -21,7 +22,10 @@ using ZUM::SDK::LapHeader;
 
 namespace {
 
-const QString distanceTitle = QStringLiteral("Lap distance [m]");
+QString distanceTitle(const PlotLaps &laps)
+{
+    return QStringLiteral("Lap distance [%1]").arg(UnitSystem::distance(laps.units()).unit);
+}
 
 constexpr double lapWidth = 1.8;
 constexpr double bestWidth = 3.2;
@@ -50,14 +54,28 @@ PlotAxis distanceAxis(const PlotLaps &laps)
     }
     if (range.isEmpty())
         range = {0.0, laps.trackLength().value_or(1000.0)};
-    return PlotAxis::fitting(range, 12, PlotAxis::Ends::Data);
+    // Fitted in the driver's unit, so that the ticks fall on round numbers of it.
+    const double factor = UnitSystem::distance(laps.units()).factor;
+    return PlotAxis::fitting({range.low * factor, range.high * factor}, 12, PlotAxis::Ends::Data)
+        .scaled(factor);
 }
 
 void drawTitle(QPainter &painter, const LapPlot::Input &input)
 {
     QString track = QStringLiteral("Unknown track");
     QStringList facts;
-    if (!input.laps.isEmpty()) {
+    if (input.laps.isEmpty()) {
+        if (!input.track.isEmpty())
+            track = input.track;
+        if (!input.trackConfig.isEmpty())
+            track += QStringLiteral(", ") + input.trackConfig;
+        if (!input.driver.isEmpty())
+            track += QStringLiteral(" \u2014 ") + input.driver;
+        for (const QString &fact : {input.car, input.session}) {
+            if (!fact.isEmpty())
+                facts.append(fact);
+        }
+    } else {
         const LapHeader &header = input.laps.first()->header();
         if (!header.trackName.isEmpty())
             track = header.trackName;
@@ -96,7 +114,7 @@ void drawSpeed(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
     PlotPanel panel(painter, LapPlot::speedPanel(), x,
                     PlotAxis::fitting(range, 8, PlotAxis::Ends::Ticks));
     const QString unit = laps.speedUnit();
-    panel.drawFrame(QStringLiteral("Speed"), distanceTitle,
+    panel.drawFrame(QStringLiteral("Speed"), distanceTitle(laps),
                     unit.isEmpty() ? QStringLiteral("Speed")
                                    : QStringLiteral("Speed [%1]").arg(unit),
                     !laps.drawn().isEmpty());
@@ -141,7 +159,8 @@ void drawDelta(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
         ? QStringLiteral("Delta to the best lap, %1: above the line time lost, below time gained")
               .arg(lapNameAndTime(laps, laps.best()))
         : QStringLiteral("Delta to the best lap");
-    panel.drawFrame(heading, distanceTitle, QStringLiteral("Delta [s]"), reference.has_value());
+    panel.drawFrame(heading, distanceTitle(laps), QStringLiteral("Delta [s]"),
+                    reference.has_value());
     if (!reference) {
         panel.drawNote(QStringLiteral("no timed lap to compare with"));
         return;
@@ -217,7 +236,7 @@ void drawInputs(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
         gears.append({index, LapSeries::steps(gear)});
     }
 
-    pedals.drawFrame(QStringLiteral("Throttle and brake"), distanceTitle,
+    pedals.drawFrame(QStringLiteral("Throttle and brake"), distanceTitle(laps),
                      QStringLiteral("Pedal [%]"), anyPedal);
     // The compared lap first, the best lap on top.
     for (auto it = shown.crbegin(); it != shown.crend(); ++it) {
@@ -235,7 +254,7 @@ void drawInputs(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
         gearRange = {gearRange.low - 0.5, gearRange.high + 0.5};
     PlotPanel gear(painter, LapPlot::gearPanel(), x,
                    PlotAxis::fitting(gearRange, 4, PlotAxis::Ends::Data, 1.0));
-    gear.drawFrame(QStringLiteral("Gear"), distanceTitle, QStringLiteral("Gear"),
+    gear.drawFrame(QStringLiteral("Gear"), distanceTitle(laps), QStringLiteral("Gear"),
                    !gearRange.isEmpty());
     for (auto it = gears.crbegin(); it != gears.crend(); ++it)
         gear.drawLines(it->second, lapPen(laps, it->first));
@@ -254,7 +273,8 @@ void drawTrackMap(QPainter &painter, const PlotLaps &laps)
         candidates.append(drawn.index);
     for (const qsizetype index : candidates) {
         const Lap &lap = *laps.laps()[index];
-        if (const std::optional<TrackProjection> projection = TrackProjection::of(lap)) {
+        if (const std::optional<TrackProjection> projection
+            = TrackProjection::of(lap, laps.trackLength())) {
             const QSharedPointer<ZUM::SDK::Channel> speed
                 = LapChannels::find(lap, QStringLiteral("speed"));
             TrackMapPanel::draw(painter, LapPlot::trackMapPanel(), LapPlot::speedScale(),
@@ -285,7 +305,8 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
     const QRect box = LapPlot::legendBox();
     QFont entryFont = PlotStyle::font(16);
     const QFontMetricsF metrics(entryFont);
-    const double numberRight = box.left() + 46 + metrics.horizontalAdvance(QStringLiteral("000"));
+    const double numberRight
+        = box.left() + 46 + metrics.horizontalAdvance(QStringLiteral("00/000"));
     const double timeLeft = numberRight + 14;
     constexpr double rowHeight = 28.0;
 
@@ -307,7 +328,7 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
         painter.setPen(PlotStyle::textColour());
         entryFont.setBold(best);
         painter.setFont(entryFont);
-        const QString number = QString::number(header.lapNumber);
+        const QString number = LapSelection::shortName(laps.laps(), drawn.index);
         painter.drawText(
             QPointF(numberRight - QFontMetricsF(entryFont).horizontalAdvance(number), y), number);
         painter.drawText(QPointF(timeLeft, y),
@@ -326,6 +347,10 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
     };
     if (laps.moreLaps() > 0)
         note(QStringLiteral("+%1 more").arg(laps.moreLaps()));
+    if (laps.longestShortLap() >= 0)
+        note(QStringLiteral("No chosen lap covers a quarter of the track: drawn is the longest, "
+                            "%1")
+                 .arg(SummaryText::lapName(laps.laps(), laps.longestShortLap())));
     if (!laps.shortLaps().isEmpty())
         note(QStringLiteral("Left out, under a quarter of the track: %1")
                  .arg(lapNumbers(laps.laps(), laps.shortLaps())));
@@ -358,17 +383,26 @@ void drawSummary(QPainter &painter, const PlotLaps &laps)
 
 } // namespace
 
-QImage LapPlot::render(const Input &input)
+QSize LapPlot::size(const Input &input)
 {
-    const PlotLaps laps = PlotLaps::of(input.laps, input.chosen, input.compareLap, input.units);
+    return {Width, input.laps.isEmpty() ? NoLapsHeight : Height};
+}
 
-    QImage image(Width, Height, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
+void LapPlot::paint(QPainter &painter, const Input &input)
+{
+    painter.fillRect(QRect(QPoint(0, 0), size(input)), Qt::white);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::TextAntialiasing);
-
     drawTitle(painter, input);
+    if (input.laps.isEmpty()) {
+        PlotPanel panel(painter, noLapsPanel(), {}, {});
+        panel.drawFrame(QStringLiteral("Laps"), {}, {}, false);
+        panel.drawNote(input.noLapsReason.isEmpty() ? QStringLiteral("no laps")
+                                                    : input.noLapsReason);
+        return;
+    }
+
+    const PlotLaps laps = PlotLaps::of(input.laps, input.chosen, input.compare, input.units);
     const PlotAxis x = distanceAxis(laps);
     drawSpeed(painter, laps, x);
     drawLegend(painter, laps);
@@ -376,5 +410,12 @@ QImage LapPlot::render(const Input &input)
     drawInputs(painter, laps, x);
     drawTrackMap(painter, laps);
     drawSummary(painter, laps);
+}
+
+QImage LapPlot::render(const Input &input)
+{
+    QImage image(size(input), QImage::Format_RGB32);
+    QPainter painter(&image);
+    paint(painter, input);
     return image;
 }

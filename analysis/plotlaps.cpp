@@ -4,6 +4,8 @@
 #include "lapseries.h"
 #include "plotstyle.h"
 
+#include <algorithm>
+
 namespace {
 
 // Laps that cover less of the track say little and squeeze the axes.
@@ -15,38 +17,30 @@ qsizetype secondFastest(const Laps &laps)
     return ranked.size() >= 2 ? ranked[1] : -1;
 }
 
-// The fastest lap of that number, or the first of them when none is timed.
-qsizetype lapNumbered(const Laps &laps, qint32 number)
-{
-    for (const qsizetype index : LapRanking::fastestFirst(laps)) {
-        if (laps[index]->header().lapNumber == number)
-            return index;
-    }
-    for (qsizetype i = 0; i < laps.size(); ++i) {
-        if (laps[i]->header().lapNumber == number)
-            return i;
-    }
-    return -1;
-}
-
 } // namespace
 
-PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen,
-                      std::optional<qint32> compareLap, Units units)
+PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen, qsizetype compare,
+                      Units units)
 {
     PlotLaps result;
     result.m_laps = laps;
     result.m_units = units;
     result.m_trackLength = LapChannels::trackLength(laps);
     result.m_best = LapRanking::best(laps);
-    result.m_compare = compareLap ? lapNumbered(laps, *compareLap) : secondFastest(laps);
+    result.m_compare = compare >= 0 ? compare : secondFastest(laps);
     if (result.m_compare == result.m_best)
         result.m_compare = -1;
 
+    // The compared lap is drawn in every panel, chosen or not.
+    QList<qsizetype> toDraw = chosen;
+    if (result.m_compare >= 0 && !toDraw.contains(result.m_compare)) {
+        toDraw.append(result.m_compare);
+        std::sort(toDraw.begin(), toDraw.end());
+    }
     QList<Drawn> candidates;
     double longest = 0.0;
     QList<double> covered;
-    for (const qsizetype index : chosen) {
+    for (const qsizetype index : toDraw) {
         const QString name = QStringLiteral("speed");
         const QSharedPointer<ZUM::SDK::Channel> speedChannel
             = LapChannels::find(*laps[index], name);
@@ -84,23 +78,28 @@ PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen,
             kept.append(std::move(candidates[i]));
         }
     }
+    if (kept.isEmpty() && !candidates.isEmpty()) {
+        // Better the longest of the short laps than empty panels.
+        const qsizetype longestIndex
+            = std::max_element(covered.cbegin(), covered.cend()) - covered.cbegin();
+        result.m_longestShortLap = candidates[longestIndex].index;
+        result.m_shortLaps.removeOne(result.m_longestShortLap);
+        longEnough.append(result.m_longestShortLap);
+        kept.append(std::move(candidates[longestIndex]));
+    }
     const QList<qsizetype> shown = LapRanking::shown(laps, longEnough, MostLaps);
     result.m_moreLaps = longEnough.size() - shown.size();
     for (Drawn &drawn : kept) {
-        if (!shown.contains(drawn.index))
-            continue;
-        if (drawn.index != result.m_best)
-            result.m_coloured.append(drawn.index);
-        result.m_drawn.append(std::move(drawn));
+        if (shown.contains(drawn.index) || drawn.index == result.m_compare)
+            result.m_drawn.append(std::move(drawn));
     }
-    if (result.m_compare >= 0 && !result.m_coloured.contains(result.m_compare))
-        result.m_coloured.append(result.m_compare);
     return result;
 }
 
 QColor PlotLaps::colour(qsizetype index) const
 {
+    // By the lap's place in the file, so that a lap keeps its colour whichever laps are drawn.
     if (index == m_best)
         return PlotStyle::bestColour();
-    return PlotStyle::otherColour(int(std::max<qsizetype>(m_coloured.indexOf(index), 0)));
+    return PlotStyle::otherColour(int(index % PlotStyle::OtherColours));
 }

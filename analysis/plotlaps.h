@@ -12,8 +12,9 @@
 // Which of the chosen laps a picture draws and in which colours. A lap is drawn when it has
 // speed and distance over at least a quarter of the track; of more than MostLaps such laps,
 // the best, the last and the fastest others. The best lap of the session (whether chosen or
-// not) is the reference of the delta and the inputs, always in the best lap's colour; the
-// others take the remaining colours in lap order.
+// not) is the reference of the delta and the inputs, always in the best lap's colour; every
+// other lap takes its colour from its place among the file's laps, the same in every picture
+// of the file. When no chosen lap covers a quarter of the track, the longest is drawn.
 class PlotLaps
 {
 public:
@@ -25,10 +26,10 @@ public:
         QList<QPolygonF> speed; // over distance, in the speed unit
     };
 
-    // compareLap: the lap number to set against the best lap; without it the second
-    // fastest timed lap.
-    static PlotLaps of(const Laps &laps, const QList<qsizetype> &chosen,
-                       std::optional<qint32> compareLap, Units units);
+    // compare: the index of the lap to set against the best lap, drawn whether chosen or not;
+    // -1 for the second fastest timed lap.
+    static PlotLaps of(const Laps &laps, const QList<qsizetype> &chosen, qsizetype compare,
+                       Units units);
 
     const Laps &laps() const { return m_laps; }
     std::optional<double> trackLength() const { return m_trackLength; }
@@ -37,6 +38,9 @@ public:
     const QList<Drawn> &drawn() const { return m_drawn; }
     // Chosen laps that cover less than a quarter of the track.
     const QList<qsizetype> &shortLaps() const { return m_shortLaps; }
+    // The lap drawn although short, because no chosen lap covers a quarter of the track; -1
+    // when none is.
+    qsizetype longestShortLap() const { return m_longestShortLap; }
     // Chosen laps without speed or distance.
     const QList<qsizetype> &blankLaps() const { return m_blankLaps; }
     // Laps long enough but left out to keep the picture readable.
@@ -57,5 +61,5 @@ private:
     qsizetype m_moreLaps = 0;
     QString m_speedUnit;
     Units m_units = Units::Metric;
-    QList<qsizetype> m_coloured; // laps in the order they take the other colours
+    qsizetype m_longestShortLap = -1;
 };

@@ -459,6 +459,18 @@ void tst_LapAnalysis::units_data()
                                << "C" << 34.85 << "C" << 34.85;
     QTest::newRow("metres stay") << Units::Imperial << "lapdist"
                                  << "m" << 12.5 << "m" << 12.5;
+    QTest::newRow("litres in US gallons") << Units::Imperial << "fuellevel"
+                                          << "l" << 3.785411784 << "gal" << 1.0;
+    QTest::newRow("gallons in litres") << Units::Metric << "fuellevel"
+                                       << "gal" << 2.0 << "l" << 7.570823568;
+    QTest::newRow("kPa in psi") << Units::Imperial << "lftirepressure"
+                                << "kPa" << 6.894757293168 << "psi" << 1.0;
+    QTest::newRow("kg in lb") << Units::Imperial << "mass"
+                              << "kg" << 0.45359237 << "lb" << 1.0;
+    QTest::newRow("km in miles") << Units::Imperial << "tracklength"
+                                 << "km" << 1.609344 << "mi" << 1.0;
+    QTest::newRow("litres stay litres") << Units::Metric << "fuellevel"
+                                        << "l" << 40.5 << "l" << 40.5;
     QTest::newRow("as recorded") << Units::AsRecorded << "speed"
                                  << "m/s" << 50.0 << "m/s" << 50.0;
     QTest::newRow("shock velocities stay") << Units::Metric << "lfshockvel"
@@ -517,10 +529,24 @@ void tst_LapAnalysis::trackProjectionKeepsTheShape()
     QVERIFY2(std::abs(bounds.height() - 2 * radius) < 0.5,
              qPrintable(QString::number(bounds.height())));
     // The line is where the lap distance is least: at angle 1 degree, east of the centre.
-    const QPointF line = projection->startFinish();
+    QVERIFY(projection->startFinish());
+    const QPointF line = *projection->startFinish();
     QVERIFY(std::abs(line.x() - (bounds.center().x() + radius * std::cos(std::numbers::pi / 180)))
             < 0.5);
     QCOMPARE(projection->speeds().first(), speed[0]);
+
+    // The same path 300 m into a track ten times as long never passes the line: no mark at its
+    // first sample.
+    std::vector<double> later = distance;
+    for (double &d : later)
+        d += 300.0;
+    Lap cut;
+    cut.addChannel(TestLaps::channel(lat, QStringLiteral("deg")), QStringLiteral("lat"));
+    cut.addChannel(TestLaps::channel(lon, QStringLiteral("deg")), QStringLiteral("lon"));
+    cut.addChannel(TestLaps::channel(later, QStringLiteral("m")), QStringLiteral("lapdist"));
+    const std::optional<TrackProjection> farFromTheLine = TrackProjection::of(cut, 6280.0);
+    QVERIFY(farFromTheLine);
+    QVERIFY(!farFromTheLine->startFinish());
 
     Lap withoutPositions;
     withoutPositions.addChannel(TestLaps::channel(speed, QStringLiteral("m/s")),
