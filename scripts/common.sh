@@ -1,7 +1,7 @@
 # Shared by ./run and ./test: install what is missing, then configure and build incrementally.
 
 # Debian 12 packages the project builds with.
-ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev fonts-dejavu-core)
+ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev qt6-svg-dev fonts-dejavu-core)
 # clang with libFuzzer and its sanitizer runtimes, for the fuzz targets (build-fuzz).
 ZUM_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 

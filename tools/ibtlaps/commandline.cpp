@@ -51,21 +51,30 @@ CommandLine::CommandLine()
                "file named <file>_<input name>.<suffix>.",
                "file"),
         option("compare",
-               "Set lap <lap> against the best lap in the picture's throttle, brake and gear "
+               "Draw lap <lap> (a number, or stint/lap such as 2/3) in every panel of the "
+               "picture and set it against the best lap in the throttle, brake and gear "
                "(default: the second fastest lap).",
                "lap"),
-        option("laps", "Only the laps of these numbers, such as 3,5-7.", "list"),
+        option("laps",
+               "Only the laps of these numbers, such as 3,5-7, or of a stint, such as 2/3 or "
+               "2/3-5, as the table's Stint/lap column shows them.",
+               "list"),
         option("timed", "Only the laps completed with a time."),
         option("best", "Only the fastest timed lap."),
         option("channels",
                "Only these channels, such as speed,throttle,brake, in the CSV and the JSON.",
                "names"),
         option("list-channels", "List every channel of the laps with its unit."),
+        option("sectors",
+               "Add to the table each lap's time through each of the track's own sectors "
+               "(S1, S2...; the best of each marked *), and the ideal lap of those sectors."),
         option("units",
-               "Show speeds in km/h or mph and temperatures in C or F: <system> is metric or "
-               "imperial. Applies to the table, the CSV and the picture; the JSON stays as "
-               "the plug-in gave it. Without it the table and the picture are metric and the "
-               "CSV is as recorded.",
+               "Show quantities in metric or imperial units (<system>): speeds in km/h or mph, "
+               "temperatures in C or F, fuel in l or gal, pressures in kPa or psi, masses in kg "
+               "or lb, the picture's lap distance in m or ft, the track's length in km or mi. "
+               "Applies to the "
+               "table, the CSV and the picture; the JSON stays as the plug-in gave it. Without "
+               "it the table and the picture are metric and the CSV is as recorded.",
                "system"),
         option("quiet",
                "Leave out the plug-in's and the tool's information lines; notes and "
@@ -95,6 +104,21 @@ CommandLine::Request CommandLine::parse(const QStringList &arguments, bool plugi
     return Request::Run;
 }
 
+void CommandLine::noteIgnored()
+{
+    const std::pair<const char *, const char *> dependent[] = {
+        {"force", "csv"},
+        {"compare", "plot"},
+        {"no-channels", "json"},
+    };
+    for (const auto &[option, output] : dependent) {
+        if (m_parser.isSet(QLatin1String(option)) && !m_parser.isSet(QLatin1String(output)))
+            m_options.ignored.append(
+                QStringLiteral("--%1 applies to --%2, which is not given; it is ignored")
+                    .arg(QLatin1String(option), QLatin1String(output)));
+    }
+}
+
 CommandLine::Request CommandLine::usageError(const QString &text)
 {
     m_errorText = text;
@@ -118,6 +142,7 @@ bool CommandLine::readValues()
     o.force = isSet("force");
     o.plot = value("plot");
     o.listChannels = isSet("list-channels");
+    o.sectors = isSet("sectors");
     o.quiet = isSet("quiet");
     o.selection.setTimedOnly(isSet("timed"));
     o.selection.setBestOnly(isSet("best"));
@@ -128,9 +153,8 @@ bool CommandLine::readValues()
         return false;
     }
     if (isSet("compare")) {
-        bool ok = false;
-        o.compareLap = value("compare").toInt(&ok);
-        if (!ok || *o.compareLap < 0) {
+        o.compareLap = LapSelection::lapName(value("compare"));
+        if (!o.compareLap) {
             usageError(QStringLiteral("--compare: '%1' is not a lap number").arg(value("compare")));
             return false;
         }
@@ -151,6 +175,12 @@ bool CommandLine::readValues()
             return false;
         }
     }
+    if (o.plot == QLatin1String("-")) {
+        // Standard output carries the table; a picture there would be mixed into it.
+        usageError(QStringLiteral("--plot: '-' is no file name; the picture goes to a file"));
+        return false;
+    }
+    noteIgnored();
     if (!o.plot.isEmpty() && !PlotFile::isWritable(PlotFile::format(o.plot))) {
         usageError(
             QStringLiteral("--plot: Qt cannot write pictures of the format '%1'; it "

@@ -29,10 +29,14 @@ public:
 private:
     bool prepareOutputs();
     bool checkPlotPath(const QString &path);
+    void removeCreatedFolders();
     // False for a usage error found in the file's laps.
     bool processFile(qsizetype index);
     void reportFile(const ImportResult &result);
-    void writeOutputs(const ImportResult &result, const QList<qsizetype> &chosen);
+    // The lap --compare names, when it names exactly one; else a usage error and false.
+    bool findCompared(const ImportResult &result, qsizetype *compare);
+    void writeOutputs(const ImportResult &result, const QList<qsizetype> &chosen, qsizetype compare,
+                      const QString &noLapsReason);
 
     const Options &m_options;
     Reporter &m_reporter;
@@ -40,6 +44,7 @@ private:
     ChannelChoice m_channels;
     JsonOutput m_json;
     QDir m_csvDirectory;
+    QString m_createdFolder; // the first folder of the CSV path this run made, if any
     FilesTable m_filesTable;
     bool m_channelsChecked = false;
     bool m_failed = false;

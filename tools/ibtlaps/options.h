@@ -19,14 +19,17 @@ struct Options
     QString csvDirectory; // empty: no CSV
     bool force = false; // overwrite CSV files of the same name
     QString plot; // empty: no picture
-    std::optional<qint32> compareLap;
+    std::optional<LapSelection::LapName> compareLap;
 
     LapSelection selection;
     QStringList channels; // empty: every channel
     bool listChannels = false;
+    bool sectors = false; // the track's sectors in the table
     // Not given: the table and the picture in metric units, the CSV as recorded.
     std::optional<Units> units;
     bool quiet = false;
+    // Options given without the output they apply to: one line each, for the notes.
+    QStringList ignored;
 
     bool jsonToStandardOutput() const { return json == QLatin1String("-"); }
     Units displayUnits() const { return units.value_or(Units::Metric); }
