@@ -6,6 +6,7 @@
 
 #include <QFile>
 #include <QImage>
+#include <QJsonObject>
 #include <QPainter>
 #include <QSvgRenderer>
 #include <QTest>
@@ -89,6 +90,8 @@ private Q_SLOTS:
     void sectorTimes();
     void recordedSectorTimes();
     void vectorPictures();
+    void carSetup();
+    void setupDifferences();
 
 private:
     QString write(const QString &name, const SessionGenerator::Options &options)
@@ -607,6 +610,90 @@ void tst_IbtLapsUnusual::vectorPictures()
                                LapPlot::gearPanel()})
         QVERIFY(count(image, panel, PlotStyle::bestColour()) > 50);
     QVERIFY(colourful(image, LapPlot::trackMapPanel()) > 500);
+}
+
+// The session text of a file, read from where its header says it is.
+QByteArray sessionTextOf(const QString &path)
+{
+    QFile file(path);
+    irsdk_header header {};
+    if (!file.open(QIODevice::ReadOnly)
+        || file.read(reinterpret_cast<char *>(&header), sizeof header) != sizeof header
+        || !file.seek(header.sessionInfoOffset))
+        return {};
+    return file.read(header.sessionInfoLen);
+}
+
+// The value of the first "name: value" line after `after` in a session text.
+QString settingAfter(const QByteArray &text, const QByteArray &after, const QByteArray &name)
+{
+    const qsizetype at = text.indexOf(name + ": ", text.indexOf(after));
+    const qsizetype end = text.indexOf('\n', at);
+    return QString::fromLatin1(text.mid(at + name.size() + 2, end - at - name.size() - 2))
+        .trimmed();
+}
+
+void tst_IbtLapsUnusual::carSetup()
+{
+    const QByteArray session = sessionTextOf(m_short);
+    const QString pressure = settingAfter(session, "CarSetup:", "StartingPressure");
+    const QString fuel = settingAfter(session, "CarSetup:", "FuelLevel");
+    QVERIFY(!pressure.isEmpty() && !fuel.isEmpty());
+
+    const QString json = path(QStringLiteral("setup.json"));
+    const Run result = run({m_short, QStringLiteral("--setup"), QStringLiteral("--json"), json});
+    QCOMPARE(result.exitCode, 0);
+    const QString out = QString::fromUtf8(result.out);
+    // A tree in the simulator's order: tyres first, the left front first of them.
+    QVERIFY2(out.contains(QStringLiteral("\nSet-up\n\nTires\n  LeftFront\n    StartingPressure: "
+                                         "%1\n")
+                              .arg(pressure)),
+             result.out.constData());
+    QVERIFY(out.contains(QStringLiteral("\nChassis\n")));
+    QVERIFY(out.contains(QStringLiteral("\n  Rear\n    FuelLevel: %1\n").arg(fuel)));
+    QVERIFY(out.indexOf(QStringLiteral("\nTires\n")) < out.indexOf(QStringLiteral("\nChassis\n")));
+
+    // The JSON holds it as an object.
+    const QJsonObject setup = readJson(json)[QStringLiteral("setup")].toObject();
+    QCOMPARE(setup[QStringLiteral("Tires")][QStringLiteral("LeftFront")]
+                  [QStringLiteral("StartingPressure")]
+                      .toString(),
+             pressure);
+    QCOMPARE(setup[QStringLiteral("Chassis")][QStringLiteral("Rear")][QStringLiteral("FuelLevel")]
+                 .toString(),
+             fuel);
+}
+
+void tst_IbtLapsUnusual::setupDifferences()
+{
+    // The same car with its fuel set in kilograms: the one setting that differs.
+    SessionGenerator::Options options;
+    options.trackLength = 1500.0;
+    options.lapTime = 40.0;
+    options.laps = 2;
+    options.otherCars = 1;
+    options.setupFuelInKg = true;
+    const QString kilograms = write(QStringLiteral("fuel-in-kg.ibt"), options);
+    const QString before = settingAfter(sessionTextOf(m_short), "CarSetup:", "FuelLevel");
+    const QString after = settingAfter(sessionTextOf(kilograms), "CarSetup:", "FuelLevel");
+    QVERIFY(before != after);
+
+    Run result = run({m_short, kilograms, QStringLiteral("--setup-diff")});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY2(QString::fromUtf8(result.out)
+                 .contains(QStringLiteral("\nSet-up changes from %1\n\nChassis/Rear/FuelLevel: %2 "
+                                          "-> %3\n\n")
+                               .arg(m_short, before, after)),
+             result.out.constData());
+
+    result = run({m_short, m_shortSecond, QStringLiteral("--setup-diff")});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.out.contains(
+        QStringLiteral("\nSet-up:       the same as in %1\n").arg(m_short).toUtf8()));
+
+    result = run({m_short, QStringLiteral("--setup-diff")});
+    QCOMPARE(result.exitCode, 0);
+    QVERIFY(result.err.contains("note: --setup-diff compares the set-ups of several files"));
 }
 
 QTEST_MAIN(tst_IbtLapsUnusual)

@@ -68,6 +68,12 @@ CommandLine::CommandLine()
         option("sectors",
                "Add to the table each lap's time through each of the track's own sectors "
                "(S1, S2...; the best of each marked *), and the ideal lap of those sectors."),
+        option("setup",
+               "Print the car's set-up that the file's session text carries (tyres, chassis, "
+               "dampers...) after its table. The JSON always holds it."),
+        option("setup-diff",
+               "With several files, print after each file only what its set-up changes from "
+               "the first file's. A file carries one set-up."),
         option("units",
                "Show quantities in metric or imperial units (<system>): speeds in km/h or mph, "
                "temperatures in C or F, fuel in l or gal, pressures in kPa or psi, masses in kg "
@@ -101,6 +107,10 @@ CommandLine::Request CommandLine::parse(const QStringList &arguments, bool plugi
         return Request::UsageError;
     if (m_options.files.isEmpty())
         return usageError(QStringLiteral("no input file"));
+    if (m_options.setupDiff && m_options.files.size() < 2)
+        m_options.ignored.append(QStringLiteral("--setup-diff compares the set-ups of several "
+                                                "files, and a file carries one; with one file it "
+                                                "is ignored"));
     return Request::Run;
 }
 
@@ -143,6 +153,8 @@ bool CommandLine::readValues()
     o.plot = value("plot");
     o.listChannels = isSet("list-channels");
     o.sectors = isSet("sectors");
+    o.setup = isSet("setup");
+    o.setupDiff = isSet("setup-diff");
     o.quiet = isSet("quiet");
     o.selection.setTimedOnly(isSet("timed"));
     o.selection.setBestOnly(isSet("best"));

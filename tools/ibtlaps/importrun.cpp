@@ -1,5 +1,6 @@
 #include "importrun.h"
 
+#include "carsetup.h"
 #include "lapcsv.h"
 #include "lapjson.h"
 #include "lapplot.h"
@@ -176,6 +177,7 @@ bool ImportRun::processFile(qsizetype index)
         else
             out << LapTable::text(result, chosen,
                                   {m_options.displayUnits(), m_options.sectors, noLapsReason});
+        out << setupText(result, index);
         out.flush();
     }
     writeOutputs(result, chosen, compare, noLapsReason);
@@ -203,6 +205,29 @@ void ImportRun::reportFile(const ImportResult &result)
     const QString records = result.recording.recordsNote();
     if (!records.isEmpty())
         m_reporter.note(result.file + QStringLiteral(": ") + records);
+}
+
+QString ImportRun::setupText(const ImportResult &result, qsizetype index)
+{
+    if (!m_options.setup && !m_options.setupDiff)
+        return {};
+    const CarSetup setup = CarSetup::of(result.recording.sessionText());
+    QString text;
+    if (m_options.setup)
+        text += setup.isEmpty() ? QStringLiteral("\nSet-up:       none in the session text\n")
+                                : QStringLiteral("\nSet-up\n\n") + setup.text();
+    if (m_options.setupDiff && m_options.files.size() > 1) {
+        if (index == 0) {
+            m_firstSetup = setup;
+        } else {
+            const QString differences = CarSetup::differences(m_firstSetup, setup);
+            const QString first = m_options.files.first();
+            text += differences.isEmpty()
+                ? QStringLiteral("\nSet-up:       the same as in %1\n").arg(first)
+                : QStringLiteral("\nSet-up changes from %1\n\n").arg(first) + differences;
+        }
+    }
+    return text;
 }
 
 bool ImportRun::findCompared(const ImportResult &result, qsizetype *compare)

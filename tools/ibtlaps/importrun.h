@@ -1,5 +1,6 @@
 #pragma once
 
+#include "carsetup.h"
 #include "channelchoice.h"
 #include "filestable.h"
 #include "importresult.h"
@@ -33,6 +34,8 @@ private:
     // False for a usage error found in the file's laps.
     bool processFile(qsizetype index);
     void reportFile(const ImportResult &result);
+    // The set-up, or what it changes from the first file's, as the options ask.
+    QString setupText(const ImportResult &result, qsizetype index);
     // The lap --compare names, when it names exactly one; else a usage error and false.
     bool findCompared(const ImportResult &result, qsizetype *compare);
     void writeOutputs(const ImportResult &result, const QList<qsizetype> &chosen, qsizetype compare,
@@ -46,6 +49,7 @@ private:
     QDir m_csvDirectory;
     QString m_createdFolder; // the first folder of the CSV path this run made, if any
     FilesTable m_filesTable;
+    CarSetup m_firstSetup;
     bool m_channelsChecked = false;
     bool m_failed = false;
 };

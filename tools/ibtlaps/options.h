@@ -25,6 +25,8 @@ struct Options
     QStringList channels; // empty: every channel
     bool listChannels = false;
     bool sectors = false; // the track's sectors in the table
+    bool setup = false; // the car's set-up after the table
+    bool setupDiff = false; // what differs from the first file's set-up
     // Not given: the table and the picture in metric units, the CSV as recorded.
     std::optional<Units> units;
     bool quiet = false;
