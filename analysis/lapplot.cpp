@@ -32,12 +32,12 @@ constexpr double bestWidth = 3.2;
 
 QPen lapPen(const PlotLaps &laps, qsizetype index, Qt::PenStyle style = Qt::SolidLine)
 {
-    return QPen(laps.colour(index), index == laps.best() ? bestWidth : lapWidth, style);
+    return QPen(laps.colour(index), index == laps.reference() ? bestWidth : lapWidth, style);
 }
 
 QString lapNameAndTime(const PlotLaps &laps, qsizetype index)
 {
-    return QStringLiteral("%1 (%2)").arg(SummaryText::lapName(laps.laps(), index),
+    return QStringLiteral("%1 (%2)").arg(laps.name(index),
                                          LapTime::text(laps.laps()[index]->header().lapTime));
 }
 
@@ -121,7 +121,7 @@ void drawSpeed(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
     // The best lap last, on top of the others.
     for (const bool best : {false, true}) {
         for (const PlotLaps::Drawn &drawn : laps.drawn()) {
-            if ((drawn.index == laps.best()) == best)
+            if ((drawn.index == laps.reference()) == best)
                 panel.drawLines(drawn.speed, lapPen(laps, drawn.index));
         }
     }
@@ -134,15 +134,15 @@ void drawSpeed(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
 
 void drawDelta(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
 {
-    const std::optional<TimeAtDistance> reference = laps.best() < 0
+    const std::optional<TimeAtDistance> reference = laps.reference() < 0
         ? std::nullopt
-        : TimeAtDistance::of(*laps.laps()[laps.best()], laps.trackLength());
+        : TimeAtDistance::of(*laps.laps()[laps.reference()], laps.trackLength());
     QList<std::pair<qsizetype, QPolygonF>> deltas;
     PlotAxis::Range range;
     range.include(0.0);
     for (const PlotLaps::Drawn &drawn : laps.drawn()) {
         const Lap &lap = *laps.laps()[drawn.index];
-        if (!reference || drawn.index == laps.best() || !LapTime::isTimedLap(lap.header()))
+        if (!reference || drawn.index == laps.reference() || !LapTime::isTimedLap(lap.header()))
             continue;
         const std::optional<TimeAtDistance> times = TimeAtDistance::of(lap, laps.trackLength());
         if (!times)
@@ -155,10 +155,12 @@ void drawDelta(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
 
     PlotPanel panel(painter, LapPlot::deltaPanel(), x,
                     PlotAxis::fitting(range, 6, PlotAxis::Ends::Ticks));
+    const QString to = laps.hasOtherFilesReference() ? QStringLiteral("the reference lap")
+                                                     : QStringLiteral("the best lap");
     const QString heading = reference
-        ? QStringLiteral("Delta to the best lap, %1: above the line time lost, below time gained")
-              .arg(lapNameAndTime(laps, laps.best()))
-        : QStringLiteral("Delta to the best lap");
+        ? QStringLiteral("Delta to %1, %2: above the line time lost, below time gained")
+              .arg(to, lapNameAndTime(laps, laps.reference()))
+        : QStringLiteral("Delta to %1").arg(to);
     panel.drawFrame(heading, distanceTitle(laps), QStringLiteral("Delta [s]"),
                     reference.has_value());
     if (!reference) {
@@ -167,7 +169,7 @@ void drawDelta(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
     }
     for (const auto &[index, delta] : deltas)
         panel.drawLines({delta}, lapPen(laps, index));
-    panel.drawLevel(0.0, lapPen(laps, laps.best()));
+    panel.drawLevel(0.0, lapPen(laps, laps.reference()));
 }
 
 // Throttle or brake of a lap in per cent over distance; the import gives them as a share.
@@ -187,7 +189,7 @@ QList<QPolygonF> pedal(const PlotLaps &laps, qsizetype index, const QString &nam
 QList<qsizetype> inputLaps(const PlotLaps &laps)
 {
     QList<qsizetype> result;
-    for (const qsizetype index : {laps.best(), laps.compare()}) {
+    for (const qsizetype index : {laps.reference(), laps.compare()}) {
         if (index >= 0)
             result.append(index);
     }
@@ -278,8 +280,8 @@ void drawTrackMap(QPainter &painter, const PlotLaps &laps)
             const QSharedPointer<ZUM::SDK::Channel> speed
                 = LapChannels::find(lap, QStringLiteral("speed"));
             TrackMapPanel::draw(painter, LapPlot::trackMapPanel(), LapPlot::speedScale(),
-                                *projection, SummaryText::lapName(laps.laps(), index),
-                                speed ? speed->unit() : QString(), laps.units());
+                                *projection, laps.name(index), speed ? speed->unit() : QString(),
+                                laps.units());
             return;
         }
     }
@@ -322,18 +324,20 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
 
     for (const PlotLaps::Drawn &drawn : laps.drawn()) {
         const LapHeader &header = laps.laps()[drawn.index]->header();
-        const bool best = drawn.index == laps.best();
+        const bool best = drawn.index == laps.reference();
         painter.setPen(QPen(laps.colour(drawn.index), best ? 5.0 : 3.0));
         painter.drawLine(QPointF(box.left(), y - 5), QPointF(box.left() + 34, y - 5));
         painter.setPen(PlotStyle::textColour());
         entryFont.setBold(best);
         painter.setFont(entryFont);
-        const QString number = LapSelection::shortName(laps.laps(), drawn.index);
+        const QString number = laps.shortName(drawn.index);
         painter.drawText(
             QPointF(numberRight - QFontMetricsF(entryFont).horizontalAdvance(number), y), number);
-        painter.drawText(QPointF(timeLeft, y),
-                         LapTime::text(header.lapTime)
-                             + (best ? QStringLiteral("  best") : QString()));
+        painter.drawText(
+            QPointF(timeLeft, y),
+            LapTime::text(header.lapTime)
+                + (best ? (laps.hasOtherFilesReference() ? QString() : QStringLiteral("  best"))
+                        : QString()));
         y += rowHeight;
     }
 
@@ -350,7 +354,7 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
     if (laps.longestShortLap() >= 0)
         note(QStringLiteral("No chosen lap covers a quarter of the track: drawn is the longest, "
                             "%1")
-                 .arg(SummaryText::lapName(laps.laps(), laps.longestShortLap())));
+                 .arg(laps.name(laps.longestShortLap())));
     if (!laps.shortLaps().isEmpty())
         note(QStringLiteral("Left out, under a quarter of the track: %1")
                  .arg(lapNumbers(laps.laps(), laps.shortLaps())));
@@ -365,11 +369,11 @@ void drawSummary(QPainter &painter, const PlotLaps &laps)
     painter.setPen(PlotStyle::textColour());
     painter.setFont(PlotStyle::font(19, true));
     painter.drawText(QPointF(box.left(), box.top() - 14), QStringLiteral("Session"));
-    if (laps.laps().isEmpty())
+    if (laps.fileLaps().isEmpty())
         return;
     double y = box.top();
     for (const SummaryText::Line &line :
-         SummaryText::lines(SessionSummary::of(laps.laps()), laps.laps(), laps.units())) {
+         SummaryText::lines(SessionSummary::of(laps.fileLaps()), laps.fileLaps(), laps.units())) {
         painter.setFont(PlotStyle::font(16, true));
         painter.setPen(PlotStyle::textColour());
         painter.drawText(QRectF(box.left(), y, box.width(), 24), line.label);
@@ -402,7 +406,8 @@ void LapPlot::paint(QPainter &painter, const Input &input)
         return;
     }
 
-    const PlotLaps laps = PlotLaps::of(input.laps, input.chosen, input.compare, input.units);
+    const PlotLaps laps = PlotLaps::of(input.laps, input.chosen, input.compare, input.units,
+                                       {input.reference, input.referenceName});
     const PlotAxis x = distanceAxis(laps);
     drawSpeed(painter, laps, x);
     drawLegend(painter, laps);

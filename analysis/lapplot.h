@@ -39,6 +39,9 @@ public:
         QString driver;
         QString session;
         QString noLapsReason;
+        // A lap of another file of the same track to draw the delta and inputs against.
+        QSharedPointer<ZUM::SDK::Lap> reference;
+        QString referenceName; // "lap 7 of monday.ibt"
     };
 
     // The picture's size: the full layout, or only the title and one panel without laps.

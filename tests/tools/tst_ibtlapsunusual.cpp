@@ -91,6 +91,9 @@ private Q_SLOTS:
     void recordedSectorTimes();
     void vectorPictures();
     void carSetup();
+    void referenceLapOfAnotherFile_data();
+    void referenceLapOfAnotherFile();
+    void referenceOfAnotherTrack();
     void setupDifferences();
 
 private:
@@ -694,6 +697,75 @@ void tst_IbtLapsUnusual::setupDifferences()
     result = run({m_short, QStringLiteral("--setup-diff")});
     QCOMPARE(result.exitCode, 0);
     QVERIFY(result.err.contains("note: --setup-diff compares the set-ups of several files"));
+}
+
+void tst_IbtLapsUnusual::referenceLapOfAnotherFile_data()
+{
+    QTest::addColumn<QString>("lap"); // after the file's name; empty: its best lap
+    QTest::newRow("the best lap of the file") << QString();
+    QTest::newRow("a lap by its number") << QStringLiteral(":1");
+    QTest::newRow("a lap by stint and lap") << QStringLiteral(":1/1");
+}
+
+void tst_IbtLapsUnusual::referenceLapOfAnotherFile()
+{
+    QFETCH(QString, lap);
+    // Another day on the same track, faster: its laps are the reference.
+    SessionGenerator::Options faster = m_practiceOptions;
+    faster.laps = 2;
+    faster.lapTime -= 1.0;
+    const QString other = write(QStringLiteral("faster.ibt"), faster);
+    const QString plot = path(QStringLiteral("reference%1.png").arg(lap.size()));
+    const Run result = run(
+        {m_practice, QStringLiteral("--reference"), other + lap, QStringLiteral("--plot"), plot});
+    QVERIFY2(result.exitCode == 0, result.err.constData());
+    const QImage image(plot);
+    // The reference in the best lap's colour in every panel; the file's best lap, set against
+    // it, in the colour of its place, and every timed lap of the file behind it in the delta.
+    const qsizetype best = indexOfLap(m_practiceLaps, 2); // 1:39.700, the fastest
+    QVERIFY(m_practiceLaps[best]->header().lapTime == QTime(0, 1, 39, 700));
+    for (const QRect &panel : {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel(),
+                               LapPlot::gearPanel(), LapPlot::legendBox()})
+        QVERIFY2(count(image, panel, PlotStyle::bestColour()) > 50,
+                 qPrintable(QStringLiteral("%1,%2").arg(panel.x()).arg(panel.y())));
+    for (const QRect &panel :
+         {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel()})
+        QVERIFY2(count(image, panel, colourOfPlace(best)) > 20,
+                 qPrintable(QStringLiteral("%1,%2").arg(panel.x()).arg(panel.y())));
+    // Every lap of the file is slower than the reference: from the line on, its delta grows
+    // above zero, where the panel's floor lies, and is far from it by half a lap.
+    const QRect delta = LapPlot::deltaPanel();
+    const QRect belowZero(delta.center().x(), delta.bottom() - 6, delta.width() / 2 - 2, 5);
+    QCOMPARE(count(image, belowZero, colourOfPlace(best)), 0);
+}
+
+void tst_IbtLapsUnusual::referenceOfAnotherTrack()
+{
+    SessionGenerator::Options other = m_practiceOptions;
+    other.laps = 1;
+    other.trackDisplayName = QStringLiteral("Other Ring");
+    const QString otherTrack = write(QStringLiteral("other-ring.ibt"), other);
+    const QString plot = path(QStringLiteral("other-ring.png"));
+    const Run result = run(
+        {m_practice, QStringLiteral("--reference"), otherTrack, QStringLiteral("--plot"), plot});
+    QCOMPARE(result.exitCode, 2);
+    QVERIFY2(result.err.contains(QStringLiteral("ibt-laps: --reference: %1 is of Autodromo Jose "
+                                                "Carlos Pace, Grand Prix, but %2 of Other Ring, "
+                                                "Grand Prix; a reference lap must be of the same "
+                                                "track\n")
+                                     .arg(m_practice, otherTrack)
+                                     .toUtf8()),
+             result.err.constData());
+    QVERIFY(!QFile::exists(plot));
+
+    const Run missingLap
+        = run({m_practice, QStringLiteral("--reference"), otherTrack + QStringLiteral(":99"),
+               QStringLiteral("--plot"), plot});
+    QCOMPARE(missingLap.exitCode, 2);
+    QVERIFY(missingLap.err.contains(
+        QStringLiteral("ibt-laps: --reference: %1 has no lap 99; its laps are ")
+            .arg(otherTrack)
+            .toUtf8()));
 }
 
 QTEST_MAIN(tst_IbtLapsUnusual)

@@ -47,14 +47,18 @@ CommandLine::CommandLine()
         option("plot",
                "Draw the laps as a picture <file> (1600 pixels wide): speed, delta to the best "
                "lap, throttle and brake, gear, track map and summary. The format follows the "
-               "suffix (PNG when there is none); with several input files, one picture per "
-               "file named <file>_<input name>.<suffix>.",
+               "suffix (PNG when there is none; .svg and .pdf are vectors); with several input "
+               "files, one picture per file named <file>_<input name>.<suffix>.",
                "file"),
         option("compare",
                "Draw lap <lap> (a number, or stint/lap such as 2/3) in every panel of the "
                "picture and set it against the best lap in the throttle, brake and gear "
                "(default: the second fastest lap).",
                "lap"),
+        option("reference",
+               "Draw the picture's delta and inputs against lap <lap> of another <file> of the "
+               "same track (its best lap when :<lap> is left out) instead of the best lap.",
+               "file[:lap]"),
         option("laps",
                "Only the laps of these numbers, such as 3,5-7, or of a stint, such as 2/3 or "
                "2/3-5, as the table's Stint/lap column shows them.",
@@ -119,6 +123,7 @@ void CommandLine::noteIgnored()
     const std::pair<const char *, const char *> dependent[] = {
         {"force", "csv"},
         {"compare", "plot"},
+        {"reference", "plot"},
         {"no-channels", "json"},
     };
     for (const auto &[option, output] : dependent) {
@@ -168,6 +173,18 @@ bool CommandLine::readValues()
         o.compareLap = LapSelection::lapName(value("compare"));
         if (!o.compareLap) {
             usageError(QStringLiteral("--compare: '%1' is not a lap number").arg(value("compare")));
+            return false;
+        }
+    }
+    if (isSet("reference")) {
+        // A file name may hold a colon itself (C:\\laps.ibt): only a lap after the last one
+        // splits it.
+        const QString text = value("reference");
+        const qsizetype colon = text.lastIndexOf(QLatin1Char(':'));
+        o.referenceLap = colon > 0 ? LapSelection::lapName(text.mid(colon + 1)) : std::nullopt;
+        o.referenceFile = o.referenceLap ? text.left(colon) : text;
+        if (o.referenceFile.isEmpty()) {
+            usageError(QStringLiteral("--reference: no file"));
             return false;
         }
     }

@@ -4,9 +4,11 @@
 #include "lapcsv.h"
 #include "lapjson.h"
 #include "lapplot.h"
+#include "lapranking.h"
 #include "laptable.h"
 #include "nolapsreason.h"
 #include "plotfile.h"
+#include "summarytext.h"
 
 #include <QFileInfo>
 
@@ -57,6 +59,8 @@ int ImportRun::exec()
     }
     m_host.setMessageHandler(
         [this](const ImportResult::Message &message) { m_reporter.message(message); });
+    if (const std::optional<int> failed = loadReference())
+        return *failed;
 
     const bool several = m_options.files.size() > 1;
     if (m_json.isOpen() && several)
@@ -166,7 +170,8 @@ bool ImportRun::processFile(qsizetype index)
     if (!nothingChosen.isEmpty())
         m_reporter.note(file + QStringLiteral(": ") + nothingChosen);
     qsizetype compare = -1;
-    if (!m_options.plot.isEmpty() && !result.laps.isEmpty() && !findCompared(result, &compare))
+    if (!m_options.plot.isEmpty() && !result.laps.isEmpty()
+        && (!findCompared(result, &compare) || !checkReferenceTrack(result)))
         return false;
     if (!m_options.jsonToStandardOutput()) {
         QTextStream &out = m_reporter.out();
@@ -228,6 +233,75 @@ QString ImportRun::setupText(const ImportResult &result, qsizetype index)
         }
     }
     return text;
+}
+
+namespace {
+
+QString trackOf(const ZUM::SDK::LapHeader &header)
+{
+    return header.trackConfigName.isEmpty()
+        ? header.trackName
+        : QStringLiteral("%1, %2").arg(header.trackName, header.trackConfigName);
+}
+
+} // namespace
+
+std::optional<int> ImportRun::loadReference()
+{
+    if (m_options.referenceFile.isEmpty() || m_options.plot.isEmpty())
+        return std::nullopt;
+    const QString &file = m_options.referenceFile;
+    const RecordingInfo recording = RecordingInfo::read(file);
+    const ImportResult result = m_host.importFile(file);
+    if (result.failed || !recording.problem().isEmpty()) {
+        m_reporter.error(QStringLiteral("--reference: %1: %2")
+                             .arg(file,
+                                  recording.problem().isEmpty()
+                                      ? QStringLiteral("it could not be imported")
+                                      : recording.problem()));
+        return Failure;
+    }
+    qsizetype index = -1;
+    if (m_options.referenceLap) {
+        const QList<qsizetype> named = LapSelection::named(result.laps, *m_options.referenceLap);
+        if (named.size() != 1) {
+            m_reporter.usageError(QStringLiteral("--reference: %1 has %2 lap %3; its laps are %4")
+                                      .arg(file, named.isEmpty() ? u"no" : u"more than one",
+                                           m_options.referenceLap->text(),
+                                           result.laps.isEmpty()
+                                               ? QStringLiteral("none")
+                                               : LapSelection::namesText(result.laps)));
+            return UsageError;
+        }
+        index = named.first();
+    } else {
+        index = LapRanking::best(result.laps);
+        if (index < 0) {
+            m_reporter.usageError(QStringLiteral("--reference: %1 has no timed lap; name one "
+                                                 "as %1:LAP")
+                                      .arg(file));
+            return UsageError;
+        }
+    }
+    m_reference = result.laps[index];
+    m_referenceName
+        = QStringLiteral("%1 of %2")
+              .arg(SummaryText::lapName(result.laps, index), QFileInfo(file).fileName());
+    return std::nullopt;
+}
+
+bool ImportRun::checkReferenceTrack(const ImportResult &result)
+{
+    if (!m_reference)
+        return true;
+    const QString track = trackOf(result.laps.first()->header());
+    const QString referenceTrack = trackOf(m_reference->header());
+    if (track == referenceTrack)
+        return true;
+    m_reporter.usageError(QStringLiteral("--reference: %1 is of %2, but %3 of %4; a reference "
+                                         "lap must be of the same track")
+                              .arg(result.file, track, m_options.referenceFile, referenceTrack));
+    return false;
 }
 
 bool ImportRun::findCompared(const ImportResult &result, qsizetype *compare)
@@ -301,6 +375,8 @@ void ImportRun::writeOutputs(const ImportResult &result, const QList<qsizetype> 
         input.driver = result.recording.driverName();
         input.session = result.recording.sessionTypes();
         input.noLapsReason = noLapsReason;
+        input.reference = m_reference;
+        input.referenceName = m_referenceName;
         QString error;
         if (PlotFile::write(input, path, &error)) {
             m_reporter.info(QStringLiteral("wrote the picture %1").arg(path));

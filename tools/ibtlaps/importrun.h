@@ -12,6 +12,8 @@
 #include <QDir>
 #include <QList>
 
+#include <optional>
+
 // One run of ibt-laps over its input files: the outputs checked before any import, the
 // plug-in loaded, then each file imported in turn and shown and written as the options
 // ask. A failing file does not stop the others.
@@ -29,6 +31,10 @@ public:
 
 private:
     bool prepareOutputs();
+    // Imports the reference file and finds its lap; the exit status when that fails.
+    std::optional<int> loadReference();
+    // False, with a usage error, when the file's track is not the reference's.
+    bool checkReferenceTrack(const ImportResult &result);
     bool checkPlotPath(const QString &path);
     void removeCreatedFolders();
     // False for a usage error found in the file's laps.
@@ -50,6 +56,8 @@ private:
     QString m_createdFolder; // the first folder of the CSV path this run made, if any
     FilesTable m_filesTable;
     CarSetup m_firstSetup;
+    QSharedPointer<ZUM::SDK::Lap> m_reference;
+    QString m_referenceName;
     bool m_channelsChecked = false;
     bool m_failed = false;
 };

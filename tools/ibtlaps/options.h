@@ -20,6 +20,8 @@ struct Options
     bool force = false; // overwrite CSV files of the same name
     QString plot; // empty: no picture
     std::optional<LapSelection::LapName> compareLap;
+    QString referenceFile; // empty: the file's own best lap is the reference
+    std::optional<LapSelection::LapName> referenceLap; // none: the best lap of referenceFile
 
     LapSelection selection;
     QStringList channels; // empty: every channel
