@@ -1,7 +1,6 @@
 #include "lapplot.h"
 
 #include "lapdelta.h"
-#include "lapselection.h"
 #include "lapseries.h"
 #include "laptime.h"
 #include "plotlaps.h"
