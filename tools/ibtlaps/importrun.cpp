@@ -59,8 +59,10 @@ int ImportRun::exec()
     }
     m_host.setMessageHandler(
         [this](const ImportResult::Message &message) { m_reporter.message(message); });
-    if (const std::optional<int> failed = loadReference())
+    if (const std::optional<int> failed = loadReference()) {
+        removeCreatedFolders();
         return *failed;
+    }
 
     const bool several = m_options.files.size() > 1;
     if (m_json.isOpen() && several)
@@ -121,8 +123,8 @@ bool ImportRun::prepareOutputs()
     return true;
 }
 
-// A usage error leaves nothing behind: the CSV folders made for this run go again, as long
-// as they are still empty.
+// A run that stops before its files leaves nothing behind: the CSV folders made for it go
+// again, as long as they are still empty.
 void ImportRun::removeCreatedFolders()
 {
     if (m_createdFolder.isEmpty())
