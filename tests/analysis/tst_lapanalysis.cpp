@@ -74,6 +74,8 @@ private Q_SLOTS:
     void lapSelection();
     void lapSelectionRefusesText_data();
     void lapSelectionRefusesText();
+    void lapsOfStints_data();
+    void lapsOfStints();
     void shownLaps();
     void units_data();
     void units();
@@ -413,6 +415,46 @@ void tst_LapAnalysis::lapSelectionRefusesText()
     QVERIFY(!selection.setNumbers(numbers, &error));
     QVERIFY2(error.startsWith(QStringLiteral("'%1' is not a lap number").arg(part)),
              qPrintable(error));
+}
+
+void tst_LapAnalysis::lapsOfStints_data()
+{
+    QTest::addColumn<QString>("numbers");
+    QTest::addColumn<QList<qsizetype>>("expected");
+    // Lap 185 and 186 in stint 1 (its laps 2 and 3), then a reset to the pits: lap 186 again
+    // as lap 0 of stint 2, then 187.
+    QTest::newRow("a number in two stints") << QStringLiteral("186") << QList<qsizetype> {1, 2};
+    QTest::newRow("a lap of a stint") << QStringLiteral("2/0") << QList<qsizetype> {2};
+    QTest::newRow("a range within a stint") << QStringLiteral("1/2-3") << QList<qsizetype> {0, 1};
+    QTest::newRow("a stint and a number") << QStringLiteral("1/3,187") << QList<qsizetype> {1, 3};
+    QTest::newRow("a lap of no stint") << QStringLiteral("3/0") << QList<qsizetype> {};
+}
+
+void tst_LapAnalysis::lapsOfStints()
+{
+    QFETCH(QString, numbers);
+    QFETCH(QList<qsizetype>, expected);
+    QList<QSharedPointer<Lap>> session;
+    const int laps[][3] = {{185, 1, 2}, {186, 1, 3}, {186, 2, 0}, {187, 2, 1}};
+    for (const auto &[number, stint, inStint] : laps) {
+        auto lap = QSharedPointer<Lap>::create();
+        lap->header().lapNumber = number;
+        lap->header().stint = stint;
+        lap->header().lapInStint = inStint;
+        session.append(lap);
+    }
+    LapSelection selection;
+    QString error;
+    QVERIFY2(selection.setNumbers(numbers, &error), qPrintable(error));
+    QCOMPARE(selection.select(session), expected);
+    // Named as the table shows them where the number repeats.
+    QCOMPARE(LapSelection::shortName(session, 0), QStringLiteral("185"));
+    QCOMPARE(LapSelection::shortName(session, 1), QStringLiteral("1/3"));
+    QCOMPARE(LapSelection::shortName(session, 2), QStringLiteral("2/0"));
+    QCOMPARE(LapSelection::namesText(session), QStringLiteral("185, 1/3, 2/0, 187"));
+    if (expected.isEmpty())
+        QVERIFY(selection.nothingChosenText(session).startsWith(
+            QStringLiteral("no lap matches --laps %1; the laps are ").arg(numbers)));
 }
 
 void tst_LapAnalysis::shownLaps()
