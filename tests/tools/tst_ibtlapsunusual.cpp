@@ -79,6 +79,8 @@ private Q_SLOTS:
     void choicesThatMatchNothing();
     void comparedLapInEveryPanel();
     void onlyShortLapsDrawTheLongest();
+    void startFinishOnlyWhereTheLapPassesIt_data();
+    void startFinishOnlyWhereTheLapPassesIt();
     void lapKeepsItsColour();
     void channelNamesInAnyCase();
     void usageErrorLeavesNoFolder();
@@ -424,6 +426,36 @@ void tst_IbtLapsUnusual::onlyShortLapsDrawTheLongest()
     // Under its legend entry, the word that it is short.
     const QRect legend = LapPlot::legendBox();
     QVERIFY(inked(image, QRect(legend.left(), legend.top() + 80, legend.width(), 80)) > 100);
+}
+
+void tst_IbtLapsUnusual::startFinishOnlyWhereTheLapPassesIt_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<bool>("marked");
+    QTest::newRow("laps from line to line") << m_short << true;
+    // Its one lap is an out lap from 282 m to 1430 m of a 4.3 km track.
+    QTest::newRow("recorded: an out lap cut short")
+        << QDir(qEnvironmentVariable("ZUM_IBT_SAMPLES")).filePath(QStringLiteral("gm_amg.ibt"))
+        << false;
+}
+
+void tst_IbtLapsUnusual::startFinishOnlyWhereTheLapPassesIt()
+{
+    QFETCH(QString, file);
+    QFETCH(bool, marked);
+    if (!QFile::exists(file))
+        QSKIP("the recorded files are not here");
+    const QString plot = path(QStringLiteral("map-%1.png").arg(marked));
+    QCOMPARE(run({file, QStringLiteral("--plot"), plot}).exitCode, 0);
+    const QImage image(plot);
+    // The ring and its label are the only things in the text's colour inside the map's frame.
+    const QRect inside = LapPlot::trackMapPanel().adjusted(3, 3, -3, -3);
+    const int mark = count(image, inside, PlotStyle::textColour());
+    if (marked)
+        QVERIFY2(mark > 50, qPrintable(QString::number(mark)));
+    else
+        QCOMPARE(mark, 0);
+    QVERIFY(colourful(image, inside) > 500);
 }
 
 void tst_IbtLapsUnusual::lapKeepsItsColour()
