@@ -52,8 +52,9 @@ CommandLine::CommandLine()
                "file"),
         option("compare",
                "Draw lap <lap> (a number, or stint/lap such as 2/3) in every panel of the "
-               "picture and set it against the best lap in the throttle, brake and gear "
-               "(default: the second fastest lap).",
+               "picture and set it against the best lap (or the --reference lap) in the "
+               "throttle, brake and gear (default: the second fastest lap, or the best with "
+               "--reference).",
                "lap"),
         option("reference",
                "Draw the picture's delta and inputs against lap <lap> of another <file> of the "
@@ -66,7 +67,8 @@ CommandLine::CommandLine()
         option("timed", "Only the laps completed with a time."),
         option("best", "Only the fastest timed lap."),
         option("channels",
-               "Only these channels, such as speed,throttle,brake, in the CSV and the JSON.",
+               "Only these channels, such as speed,throttle,brake, in the CSV and the JSON; "
+               "names match in any case.",
                "names"),
         option("list-channels", "List every channel of the laps with its unit."),
         option("sectors",
