@@ -21,19 +21,22 @@ using ZUM::SDK::LapHeader;
 
 namespace {
 
-const QString distanceTitle = QStringLiteral("Lap distance [m]");
+QString distanceTitle(const PlotLaps &laps)
+{
+    return QStringLiteral("Lap distance [%1]").arg(UnitSystem::distance(laps.units()).unit);
+}
 
 constexpr double lapWidth = 1.8;
 constexpr double bestWidth = 3.2;
 
 QPen lapPen(const PlotLaps &laps, qsizetype index, Qt::PenStyle style = Qt::SolidLine)
 {
-    return QPen(laps.colour(index), index == laps.best() ? bestWidth : lapWidth, style);
+    return QPen(laps.colour(index), index == laps.reference() ? bestWidth : lapWidth, style);
 }
 
 QString lapNameAndTime(const PlotLaps &laps, qsizetype index)
 {
-    return QStringLiteral("%1 (%2)").arg(SummaryText::lapName(laps.laps(), index),
+    return QStringLiteral("%1 (%2)").arg(laps.name(index),
                                          LapTime::text(laps.laps()[index]->header().lapTime));
 }
 
@@ -50,14 +53,28 @@ PlotAxis distanceAxis(const PlotLaps &laps)
     }
     if (range.isEmpty())
         range = {0.0, laps.trackLength().value_or(1000.0)};
-    return PlotAxis::fitting(range, 12, PlotAxis::Ends::Data);
+    // Fitted in the driver's unit, so that the ticks fall on round numbers of it.
+    const double factor = UnitSystem::distance(laps.units()).factor;
+    return PlotAxis::fitting({range.low * factor, range.high * factor}, 12, PlotAxis::Ends::Data)
+        .scaled(factor);
 }
 
 void drawTitle(QPainter &painter, const LapPlot::Input &input)
 {
     QString track = QStringLiteral("Unknown track");
     QStringList facts;
-    if (!input.laps.isEmpty()) {
+    if (input.laps.isEmpty()) {
+        if (!input.track.isEmpty())
+            track = input.track;
+        if (!input.trackConfig.isEmpty())
+            track += QStringLiteral(", ") + input.trackConfig;
+        if (!input.driver.isEmpty())
+            track += QStringLiteral(" \u2014 ") + input.driver;
+        for (const QString &fact : {input.car, input.session}) {
+            if (!fact.isEmpty())
+                facts.append(fact);
+        }
+    } else {
         const LapHeader &header = input.laps.first()->header();
         if (!header.trackName.isEmpty())
             track = header.trackName;
@@ -96,14 +113,14 @@ void drawSpeed(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
     PlotPanel panel(painter, LapPlot::speedPanel(), x,
                     PlotAxis::fitting(range, 8, PlotAxis::Ends::Ticks));
     const QString unit = laps.speedUnit();
-    panel.drawFrame(QStringLiteral("Speed"), distanceTitle,
+    panel.drawFrame(QStringLiteral("Speed"), distanceTitle(laps),
                     unit.isEmpty() ? QStringLiteral("Speed")
                                    : QStringLiteral("Speed [%1]").arg(unit),
                     !laps.drawn().isEmpty());
     // The best lap last, on top of the others.
     for (const bool best : {false, true}) {
         for (const PlotLaps::Drawn &drawn : laps.drawn()) {
-            if ((drawn.index == laps.best()) == best)
+            if ((drawn.index == laps.reference()) == best)
                 panel.drawLines(drawn.speed, lapPen(laps, drawn.index));
         }
     }
@@ -116,15 +133,15 @@ void drawSpeed(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
 
 void drawDelta(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
 {
-    const std::optional<TimeAtDistance> reference = laps.best() < 0
+    const std::optional<TimeAtDistance> reference = laps.reference() < 0
         ? std::nullopt
-        : TimeAtDistance::of(*laps.laps()[laps.best()], laps.trackLength());
+        : TimeAtDistance::of(*laps.laps()[laps.reference()], laps.trackLength());
     QList<std::pair<qsizetype, QPolygonF>> deltas;
     PlotAxis::Range range;
     range.include(0.0);
     for (const PlotLaps::Drawn &drawn : laps.drawn()) {
         const Lap &lap = *laps.laps()[drawn.index];
-        if (!reference || drawn.index == laps.best() || !LapTime::isTimedLap(lap.header()))
+        if (!reference || drawn.index == laps.reference() || !LapTime::isTimedLap(lap.header()))
             continue;
         const std::optional<TimeAtDistance> times = TimeAtDistance::of(lap, laps.trackLength());
         if (!times)
@@ -137,18 +154,21 @@ void drawDelta(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
 
     PlotPanel panel(painter, LapPlot::deltaPanel(), x,
                     PlotAxis::fitting(range, 6, PlotAxis::Ends::Ticks));
+    const QString to = laps.hasOtherFilesReference() ? QStringLiteral("the reference lap")
+                                                     : QStringLiteral("the best lap");
     const QString heading = reference
-        ? QStringLiteral("Delta to the best lap, %1: above the line time lost, below time gained")
-              .arg(lapNameAndTime(laps, laps.best()))
-        : QStringLiteral("Delta to the best lap");
-    panel.drawFrame(heading, distanceTitle, QStringLiteral("Delta [s]"), reference.has_value());
+        ? QStringLiteral("Delta to %1, %2: above the line time lost, below time gained")
+              .arg(to, lapNameAndTime(laps, laps.reference()))
+        : QStringLiteral("Delta to %1").arg(to);
+    panel.drawFrame(heading, distanceTitle(laps), QStringLiteral("Delta [s]"),
+                    reference.has_value());
     if (!reference) {
         panel.drawNote(QStringLiteral("no timed lap to compare with"));
         return;
     }
     for (const auto &[index, delta] : deltas)
         panel.drawLines({delta}, lapPen(laps, index));
-    panel.drawLevel(0.0, lapPen(laps, laps.best()));
+    panel.drawLevel(0.0, lapPen(laps, laps.reference()));
 }
 
 // Throttle or brake of a lap in per cent over distance; the import gives them as a share.
@@ -168,7 +188,7 @@ QList<QPolygonF> pedal(const PlotLaps &laps, qsizetype index, const QString &nam
 QList<qsizetype> inputLaps(const PlotLaps &laps)
 {
     QList<qsizetype> result;
-    for (const qsizetype index : {laps.best(), laps.compare()}) {
+    for (const qsizetype index : {laps.reference(), laps.compare()}) {
         if (index >= 0)
             result.append(index);
     }
@@ -217,7 +237,7 @@ void drawInputs(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
         gears.append({index, LapSeries::steps(gear)});
     }
 
-    pedals.drawFrame(QStringLiteral("Throttle and brake"), distanceTitle,
+    pedals.drawFrame(QStringLiteral("Throttle and brake"), distanceTitle(laps),
                      QStringLiteral("Pedal [%]"), anyPedal);
     // The compared lap first, the best lap on top.
     for (auto it = shown.crbegin(); it != shown.crend(); ++it) {
@@ -235,7 +255,7 @@ void drawInputs(QPainter &painter, const PlotLaps &laps, const PlotAxis &x)
         gearRange = {gearRange.low - 0.5, gearRange.high + 0.5};
     PlotPanel gear(painter, LapPlot::gearPanel(), x,
                    PlotAxis::fitting(gearRange, 4, PlotAxis::Ends::Data, 1.0));
-    gear.drawFrame(QStringLiteral("Gear"), distanceTitle, QStringLiteral("Gear"),
+    gear.drawFrame(QStringLiteral("Gear"), distanceTitle(laps), QStringLiteral("Gear"),
                    !gearRange.isEmpty());
     for (auto it = gears.crbegin(); it != gears.crend(); ++it)
         gear.drawLines(it->second, lapPen(laps, it->first));
@@ -254,12 +274,13 @@ void drawTrackMap(QPainter &painter, const PlotLaps &laps)
         candidates.append(drawn.index);
     for (const qsizetype index : candidates) {
         const Lap &lap = *laps.laps()[index];
-        if (const std::optional<TrackProjection> projection = TrackProjection::of(lap)) {
+        if (const std::optional<TrackProjection> projection
+            = TrackProjection::of(lap, laps.trackLength())) {
             const QSharedPointer<ZUM::SDK::Channel> speed
                 = LapChannels::find(lap, QStringLiteral("speed"));
             TrackMapPanel::draw(painter, LapPlot::trackMapPanel(), LapPlot::speedScale(),
-                                *projection, SummaryText::lapName(laps.laps(), index),
-                                speed ? speed->unit() : QString(), laps.units());
+                                *projection, laps.name(index), speed ? speed->unit() : QString(),
+                                laps.units());
             return;
         }
     }
@@ -285,7 +306,8 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
     const QRect box = LapPlot::legendBox();
     QFont entryFont = PlotStyle::font(16);
     const QFontMetricsF metrics(entryFont);
-    const double numberRight = box.left() + 46 + metrics.horizontalAdvance(QStringLiteral("000"));
+    const double numberRight
+        = box.left() + 46 + metrics.horizontalAdvance(QStringLiteral("00/000"));
     const double timeLeft = numberRight + 14;
     constexpr double rowHeight = 28.0;
 
@@ -301,18 +323,20 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
 
     for (const PlotLaps::Drawn &drawn : laps.drawn()) {
         const LapHeader &header = laps.laps()[drawn.index]->header();
-        const bool best = drawn.index == laps.best();
+        const bool best = drawn.index == laps.reference();
         painter.setPen(QPen(laps.colour(drawn.index), best ? 5.0 : 3.0));
         painter.drawLine(QPointF(box.left(), y - 5), QPointF(box.left() + 34, y - 5));
         painter.setPen(PlotStyle::textColour());
         entryFont.setBold(best);
         painter.setFont(entryFont);
-        const QString number = QString::number(header.lapNumber);
+        const QString number = laps.shortName(drawn.index);
         painter.drawText(
             QPointF(numberRight - QFontMetricsF(entryFont).horizontalAdvance(number), y), number);
-        painter.drawText(QPointF(timeLeft, y),
-                         LapTime::text(header.lapTime)
-                             + (best ? QStringLiteral("  best") : QString()));
+        painter.drawText(
+            QPointF(timeLeft, y),
+            LapTime::text(header.lapTime)
+                + (best ? (laps.hasOtherFilesReference() ? QString() : QStringLiteral("  best"))
+                        : QString()));
         y += rowHeight;
     }
 
@@ -326,6 +350,10 @@ void drawLegend(QPainter &painter, const PlotLaps &laps)
     };
     if (laps.moreLaps() > 0)
         note(QStringLiteral("+%1 more").arg(laps.moreLaps()));
+    if (laps.longestShortLap() >= 0)
+        note(QStringLiteral("No chosen lap covers a quarter of the track: drawn is the longest, "
+                            "%1")
+                 .arg(laps.name(laps.longestShortLap())));
     if (!laps.shortLaps().isEmpty())
         note(QStringLiteral("Left out, under a quarter of the track: %1")
                  .arg(lapNumbers(laps.laps(), laps.shortLaps())));
@@ -340,11 +368,11 @@ void drawSummary(QPainter &painter, const PlotLaps &laps)
     painter.setPen(PlotStyle::textColour());
     painter.setFont(PlotStyle::font(19, true));
     painter.drawText(QPointF(box.left(), box.top() - 14), QStringLiteral("Session"));
-    if (laps.laps().isEmpty())
+    if (laps.fileLaps().isEmpty())
         return;
     double y = box.top();
     for (const SummaryText::Line &line :
-         SummaryText::lines(SessionSummary::of(laps.laps()), laps.laps(), laps.units())) {
+         SummaryText::lines(SessionSummary::of(laps.fileLaps()), laps.fileLaps(), laps.units())) {
         painter.setFont(PlotStyle::font(16, true));
         painter.setPen(PlotStyle::textColour());
         painter.drawText(QRectF(box.left(), y, box.width(), 24), line.label);
@@ -358,17 +386,27 @@ void drawSummary(QPainter &painter, const PlotLaps &laps)
 
 } // namespace
 
-QImage LapPlot::render(const Input &input)
+QSize LapPlot::size(const Input &input)
 {
-    const PlotLaps laps = PlotLaps::of(input.laps, input.chosen, input.compareLap, input.units);
+    return {Width, input.laps.isEmpty() ? NoLapsHeight : Height};
+}
 
-    QImage image(Width, Height, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    QPainter painter(&image);
+void LapPlot::paint(QPainter &painter, const Input &input)
+{
+    painter.fillRect(QRect(QPoint(0, 0), size(input)), Qt::white);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::TextAntialiasing);
-
     drawTitle(painter, input);
+    if (input.laps.isEmpty()) {
+        PlotPanel panel(painter, noLapsPanel(), {}, {});
+        panel.drawFrame(QStringLiteral("Laps"), {}, {}, false);
+        panel.drawNote(input.noLapsReason.isEmpty() ? QStringLiteral("no laps")
+                                                    : input.noLapsReason);
+        return;
+    }
+
+    const PlotLaps laps = PlotLaps::of(input.laps, input.chosen, input.compare, input.units,
+                                       {input.reference, input.referenceName});
     const PlotAxis x = distanceAxis(laps);
     drawSpeed(painter, laps, x);
     drawLegend(painter, laps);
@@ -376,5 +414,12 @@ QImage LapPlot::render(const Input &input)
     drawInputs(painter, laps, x);
     drawTrackMap(painter, laps);
     drawSummary(painter, laps);
+}
+
+QImage LapPlot::render(const Input &input)
+{
+    QImage image(size(input), QImage::Format_RGB32);
+    QPainter painter(&image);
+    paint(painter, input);
     return image;
 }

@@ -34,6 +34,16 @@ public:
     // a gear); an empty range gives 0 to 1.
     static PlotAxis fitting(Range range, int ticks, Ends ends, double leastStep = 0.0);
 
+    // The same axis over values in another unit: a value v is shown at v × factor, such as
+    // lap distances in metres on an axis in feet.
+    PlotAxis scaled(double factor) const
+    {
+        PlotAxis axis = *this;
+        axis.m_factor = factor;
+        return axis;
+    }
+    double factor() const { return m_factor; }
+
     double low() const { return m_low; }
     double high() const { return m_high; }
     double step() const { return m_step; }
@@ -46,4 +56,5 @@ private:
     double m_low = 0.0;
     double m_high = 1.0;
     double m_step = 0.2;
+    double m_factor = 1.0;
 };

@@ -1,8 +1,12 @@
 #include "plotlaps.h"
 
 #include "lapranking.h"
+#include "lapselection.h"
 #include "lapseries.h"
 #include "plotstyle.h"
+#include "summarytext.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -15,50 +19,52 @@ qsizetype secondFastest(const Laps &laps)
     return ranked.size() >= 2 ? ranked[1] : -1;
 }
 
-// The fastest lap of that number, or the first of them when none is timed.
-qsizetype lapNumbered(const Laps &laps, qint32 number)
-{
-    for (const qsizetype index : LapRanking::fastestFirst(laps)) {
-        if (laps[index]->header().lapNumber == number)
-            return index;
-    }
-    for (qsizetype i = 0; i < laps.size(); ++i) {
-        if (laps[i]->header().lapNumber == number)
-            return i;
-    }
-    return -1;
-}
-
 } // namespace
 
-PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen,
-                      std::optional<qint32> compareLap, Units units)
+PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen, qsizetype compare,
+                      Units units, const Reference &reference)
 {
     PlotLaps result;
     result.m_laps = laps;
+    result.m_fileLaps = laps;
     result.m_units = units;
     result.m_trackLength = LapChannels::trackLength(laps);
     result.m_best = LapRanking::best(laps);
-    result.m_compare = compareLap ? lapNumbered(laps, *compareLap) : secondFastest(laps);
-    if (result.m_compare == result.m_best)
+    result.m_reference = result.m_best;
+    if (reference.lap) {
+        result.m_laps.append(reference.lap);
+        result.m_reference = result.m_laps.size() - 1;
+        result.m_referenceName = reference.name;
+    }
+    result.m_compare = compare >= 0 ? compare
+        : reference.lap             ? result.m_best
+                                    : secondFastest(laps);
+    if (result.m_compare == result.m_reference)
         result.m_compare = -1;
 
+    // The compared lap and the reference are drawn in every panel, chosen or not.
+    QList<qsizetype> toDraw = chosen;
+    for (const qsizetype always : {result.m_compare, result.m_reference}) {
+        if (always >= 0 && !toDraw.contains(always))
+            toDraw.append(always);
+    }
+    std::sort(toDraw.begin(), toDraw.end());
     QList<Drawn> candidates;
     double longest = 0.0;
     QList<double> covered;
-    for (const qsizetype index : chosen) {
+    for (const qsizetype index : toDraw) {
         const QString name = QStringLiteral("speed");
         const QSharedPointer<ZUM::SDK::Channel> speedChannel
-            = LapChannels::find(*laps[index], name);
+            = LapChannels::find(*result.m_laps[index], name);
         const std::vector<double> distance
-            = LapChannels::distance(*laps[index], result.m_trackLength);
+            = LapChannels::distance(*result.m_laps[index], result.m_trackLength);
         if (!speedChannel || distance.empty()) {
             result.m_blankLaps.append(index);
             continue;
         }
         const UnitSystem::Conversion conversion
             = UnitSystem::conversion(speedChannel->unit(), units);
-        std::vector<double> speed = LapChannels::values(*laps[index], name);
+        std::vector<double> speed = LapChannels::values(*result.m_laps[index], name);
         for (double &value : speed)
             value = conversion(value);
         if (result.m_speedUnit.isEmpty())
@@ -84,23 +90,40 @@ PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen,
             kept.append(std::move(candidates[i]));
         }
     }
-    const QList<qsizetype> shown = LapRanking::shown(laps, longEnough, MostLaps);
+    if (kept.isEmpty() && !candidates.isEmpty()) {
+        // Better the longest of the short laps than empty panels.
+        const qsizetype longestIndex
+            = std::max_element(covered.cbegin(), covered.cend()) - covered.cbegin();
+        result.m_longestShortLap = candidates[longestIndex].index;
+        result.m_shortLaps.removeOne(result.m_longestShortLap);
+        longEnough.append(result.m_longestShortLap);
+        kept.append(std::move(candidates[longestIndex]));
+    }
+    const QList<qsizetype> shown = LapRanking::shown(result.m_laps, longEnough, MostLaps);
     result.m_moreLaps = longEnough.size() - shown.size();
     for (Drawn &drawn : kept) {
-        if (!shown.contains(drawn.index))
-            continue;
-        if (drawn.index != result.m_best)
-            result.m_coloured.append(drawn.index);
-        result.m_drawn.append(std::move(drawn));
+        if (shown.contains(drawn.index) || drawn.index == result.m_compare
+            || drawn.index == result.m_reference)
+            result.m_drawn.append(std::move(drawn));
     }
-    if (result.m_compare >= 0 && !result.m_coloured.contains(result.m_compare))
-        result.m_coloured.append(result.m_compare);
     return result;
 }
 
 QColor PlotLaps::colour(qsizetype index) const
 {
-    if (index == m_best)
+    // By the lap's place in the file, so that a lap keeps its colour whichever laps are drawn.
+    if (index == m_reference)
         return PlotStyle::bestColour();
-    return PlotStyle::otherColour(int(std::max<qsizetype>(m_coloured.indexOf(index), 0)));
+    return PlotStyle::otherColour(int(index % PlotStyle::OtherColours));
+}
+
+QString PlotLaps::name(qsizetype index) const
+{
+    return index >= m_fileLaps.size() ? m_referenceName : SummaryText::lapName(m_fileLaps, index);
+}
+
+QString PlotLaps::shortName(qsizetype index) const
+{
+    return index >= m_fileLaps.size() ? QStringLiteral("ref")
+                                      : LapSelection::shortName(m_fileLaps, index);
 }

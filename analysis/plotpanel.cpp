@@ -15,7 +15,8 @@ PlotPanel::PlotPanel(QPainter &painter, const QRectF &area, const PlotAxis &x, c
 
 QPointF PlotPanel::map(const QPointF &value) const
 {
-    return {m_area.left() + (value.x() - m_x.low()) / (m_x.high() - m_x.low()) * m_area.width(),
+    const double x = value.x() * m_x.factor();
+    return {m_area.left() + (x - m_x.low()) / (m_x.high() - m_x.low()) * m_area.width(),
             m_area.bottom() - (value.y() - m_y.low()) / (m_y.high() - m_y.low()) * m_area.height()};
 }
 
@@ -52,7 +53,7 @@ void PlotPanel::drawTicks()
     const double tolerance = 1e-6;
     for (double value = m_x.firstTick(); value <= m_x.high() + m_x.step() * tolerance;
          value += m_x.step()) {
-        const double x = map({value, m_y.low()}).x();
+        const double x = map({value / m_x.factor(), m_y.low()}).x();
         p.setPen(QPen(PlotStyle::gridColour(), 1.0));
         p.drawLine(QPointF(x, m_area.top()), QPointF(x, m_area.bottom()));
         p.setPen(QPen(PlotStyle::textColour(), 1.0));
@@ -64,7 +65,7 @@ void PlotPanel::drawTicks()
     }
     for (double value = m_y.firstTick(); value <= m_y.high() + m_y.step() * tolerance;
          value += m_y.step()) {
-        const double y = map({m_x.low(), value}).y();
+        const double y = map({0.0, value}).y();
         p.setPen(QPen(PlotStyle::gridColour(), 1.0));
         p.drawLine(QPointF(m_area.left(), y), QPointF(m_area.right(), y));
         p.setPen(QPen(PlotStyle::textColour(), 1.0));
@@ -99,7 +100,9 @@ void PlotPanel::drawLines(const QList<QPolygonF> &segments, const QPen &pen)
 
 void PlotPanel::drawLevel(double y, const QPen &pen)
 {
-    drawLines({QPolygonF({QPointF(m_x.low(), y), QPointF(m_x.high(), y)})}, pen);
+    drawLines(
+        {QPolygonF({QPointF(m_x.low() / m_x.factor(), y), QPointF(m_x.high() / m_x.factor(), y)})},
+        pen);
 }
 
 void PlotPanel::drawCursor(double x, const QPen &pen)

@@ -6,12 +6,14 @@
 
 namespace {
 
+// Neighbours in this order differ in hue and in lightness, so that laps next to each other
+// in a file, which often cross in a chart, are told apart.
 const QColor others[PlotStyle::OtherColours] = {
-    QColor(0xe6, 0x9f, 0x00), // orange
     QColor(0xd5, 0x5e, 0x00), // vermillion
     QColor(0x00, 0x9e, 0x73), // bluish green
     QColor(0xcc, 0x79, 0xa7), // reddish purple
-    QColor(0x56, 0xb4, 0xe9), // sky blue
+    QColor(0xe6, 0x9f, 0x00), // orange
+    QColor(0x8c, 0x51, 0x0a), // brown: sky blue would be too near the best lap's blue
     QColor(0x00, 0x00, 0x00), // black
     QColor(0x99, 0x99, 0x33), // olive
 };

@@ -44,11 +44,13 @@ QList<SummaryText::Line> SummaryText::lines(const SessionSummary &summary, const
                           .arg(quantity(speed(summary.topSpeed), 1, speed.unit),
                                lapName(laps, summary.topSpeedLap))});
     }
-    if (!std::isnan(summary.fuelPerLap))
+    if (!std::isnan(summary.fuelPerLap)) {
+        const UnitSystem::Conversion fuel = UnitSystem::conversion(summary.fuelUnit, units);
         lines.append({QStringLiteral("Fuel per lap"),
                       QStringLiteral("%1, the average of %2")
-                          .arg(quantity(summary.fuelPerLap, 3, summary.fuelUnit),
+                          .arg(quantity(fuel(summary.fuelPerLap), 3, fuel.unit),
                                lapsText(summary.fuelLaps, QStringLiteral("timed")))});
+    }
     return lines;
 }
 

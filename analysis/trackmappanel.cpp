@@ -8,6 +8,8 @@
 #include <QFontMetricsF>
 #include <QPainter>
 
+#include <algorithm>
+
 namespace {
 
 // Two positions further apart than this are not joined: the car jumped (a reset, a tow).
@@ -42,6 +44,26 @@ void drawScale(QPainter &painter, const QRectF &scale, const PlotAxis &axis, con
     painter.rotate(-90);
     painter.drawText(QPointF(-titleMetrics.horizontalAdvance(title) / 2, 0), title);
     painter.restore();
+}
+
+void drawStartFinish(QPainter &painter, const QRectF &map, const QPointF &line)
+{
+    painter.setPen(QPen(PlotStyle::textColour(), 3.0));
+    painter.setBrush(Qt::white);
+    painter.drawEllipse(line, 9.0, 9.0);
+    painter.setFont(PlotStyle::font(15, true));
+    const QString label = QStringLiteral("start/finish");
+    const QFontMetricsF metrics(painter.font());
+    // Right of and above the ring, or where that would leave the frame, on the other side.
+    const QRectF inside = map.adjusted(6, 6, -6, -6);
+    QPointF at = line + QPointF(14, -10);
+    if (at.x() + metrics.horizontalAdvance(label) > inside.right())
+        at.setX(line.x() - 14 - metrics.horizontalAdvance(label));
+    if (at.y() - metrics.ascent() < inside.top())
+        at.setY(line.y() + 10 + metrics.ascent());
+    at.setX(std::max(at.x(), inside.left()));
+    at.setY(std::min(at.y(), inside.bottom() - metrics.descent()));
+    painter.drawText(at, label);
 }
 
 } // namespace
@@ -86,13 +108,9 @@ void TrackMapPanel::draw(QPainter &painter, const QRectF &map, const QRectF &sca
         painter.setPen(QPen(colour, 6.0, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         painter.drawLine(place(points[i - 1]), place(points[i]));
     }
-    // Start/finish: a ring on the line, and its name beside it.
-    const QPointF line = place(projection.startFinish());
-    painter.setPen(QPen(PlotStyle::textColour(), 3.0));
-    painter.setBrush(Qt::white);
-    painter.drawEllipse(line, 9.0, 9.0);
-    painter.setFont(PlotStyle::font(15, true));
-    painter.drawText(line + QPointF(14, -10), QStringLiteral("start/finish"));
+    // Start/finish: a ring on the line, and its name beside it, where the lap passes it.
+    if (const std::optional<QPointF> startFinish = projection.startFinish())
+        drawStartFinish(painter, map, place(*startFinish));
     painter.restore();
 
     drawScale(painter, scale, axis,

@@ -2,10 +2,14 @@
 
 #include "lapchannels.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
 namespace {
+
+// A lap whose samples come no nearer to the line than this share of a lap does not pass it.
+constexpr double nearLine = 0.02;
 
 // The mean radius of the earth in metres.
 constexpr double earthRadius = 6371008.8;
@@ -25,7 +29,8 @@ double unwrapped(double longitude, double reference)
 
 } // namespace
 
-std::optional<TrackProjection> TrackProjection::of(const ZUM::SDK::Lap &lap)
+std::optional<TrackProjection> TrackProjection::of(const ZUM::SDK::Lap &lap,
+                                                   std::optional<double> trackLength)
 {
     const QString latitudeName = QStringLiteral("lat");
     const QString longitudeName = QStringLiteral("lon");
@@ -67,10 +72,19 @@ std::optional<TrackProjection> TrackProjection::of(const ZUM::SDK::Lap &lap)
     const double meanLongitude = longitudeSum / positions.size();
     const double east = earthRadius * std::cos(meanLatitude);
     TrackProjection projection;
-    double leastDistance = INFINITY;
+    // The line lies at lap distance 0, which is also one track length on: a lap whose first
+    // samples come after the line passes it again at its end.
+    double length = trackLength.value_or(0.0);
+    if (!(length > 0.0)) {
+        for (const double d : distance)
+            length = std::isnan(d) ? length : std::max(length, d);
+    }
+    double leastDistance = nearLine * length;
     for (const Position &position : positions) {
-        if (position.sample < distance.size() && distance[position.sample] < leastDistance) {
-            leastDistance = distance[position.sample];
+        const double d = position.sample < distance.size() ? distance[position.sample] : NAN;
+        const double fromLine = std::min(std::abs(d), std::abs(length - d));
+        if (fromLine <= leastDistance) {
+            leastDistance = fromLine;
             projection.m_startFinish = projection.m_points.size();
         }
         projection.m_points.append({east * (position.longitude - meanLongitude),

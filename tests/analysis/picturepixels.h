@@ -42,4 +42,17 @@ inline int colourful(const QImage &image, const QRect &area)
     return found;
 }
 
+// Pixels with ink on them (text, frames, lines), every second one in both directions.
+inline int inked(const QImage &image, const QRect &area)
+{
+    int n = 0;
+    for (int y = area.top(); y <= area.bottom(); y += 2) {
+        for (int x = area.left(); x <= area.right(); x += 2) {
+            if (qGray(image.pixel(x, y)) < 200)
+                ++n;
+        }
+    }
+    return n;
+}
+
 } // namespace PicturePixels

@@ -74,6 +74,8 @@ private Q_SLOTS:
     void lapSelection();
     void lapSelectionRefusesText_data();
     void lapSelectionRefusesText();
+    void lapsOfStints_data();
+    void lapsOfStints();
     void shownLaps();
     void units_data();
     void units();
@@ -415,6 +417,46 @@ void tst_LapAnalysis::lapSelectionRefusesText()
              qPrintable(error));
 }
 
+void tst_LapAnalysis::lapsOfStints_data()
+{
+    QTest::addColumn<QString>("numbers");
+    QTest::addColumn<QList<qsizetype>>("expected");
+    // Lap 185 and 186 in stint 1 (its laps 2 and 3), then a reset to the pits: lap 186 again
+    // as lap 0 of stint 2, then 187.
+    QTest::newRow("a number in two stints") << QStringLiteral("186") << QList<qsizetype> {1, 2};
+    QTest::newRow("a lap of a stint") << QStringLiteral("2/0") << QList<qsizetype> {2};
+    QTest::newRow("a range within a stint") << QStringLiteral("1/2-3") << QList<qsizetype> {0, 1};
+    QTest::newRow("a stint and a number") << QStringLiteral("1/3,187") << QList<qsizetype> {1, 3};
+    QTest::newRow("a lap of no stint") << QStringLiteral("3/0") << QList<qsizetype> {};
+}
+
+void tst_LapAnalysis::lapsOfStints()
+{
+    QFETCH(QString, numbers);
+    QFETCH(QList<qsizetype>, expected);
+    QList<QSharedPointer<Lap>> session;
+    const int laps[][3] = {{185, 1, 2}, {186, 1, 3}, {186, 2, 0}, {187, 2, 1}};
+    for (const auto &[number, stint, inStint] : laps) {
+        auto lap = QSharedPointer<Lap>::create();
+        lap->header().lapNumber = number;
+        lap->header().stint = stint;
+        lap->header().lapInStint = inStint;
+        session.append(lap);
+    }
+    LapSelection selection;
+    QString error;
+    QVERIFY2(selection.setNumbers(numbers, &error), qPrintable(error));
+    QCOMPARE(selection.select(session), expected);
+    // Named as the table shows them where the number repeats.
+    QCOMPARE(LapSelection::shortName(session, 0), QStringLiteral("185"));
+    QCOMPARE(LapSelection::shortName(session, 1), QStringLiteral("1/3"));
+    QCOMPARE(LapSelection::shortName(session, 2), QStringLiteral("2/0"));
+    QCOMPARE(LapSelection::namesText(session), QStringLiteral("185, 1/3, 2/0, 187"));
+    if (expected.isEmpty())
+        QVERIFY(selection.nothingChosenText(session).startsWith(
+            QStringLiteral("no lap matches --laps %1; the laps are ").arg(numbers)));
+}
+
 void tst_LapAnalysis::shownLaps()
 {
     // Twelve timed laps, the fastest being lap 5; lap 11 is the last.
@@ -459,6 +501,18 @@ void tst_LapAnalysis::units_data()
                                << "C" << 34.85 << "C" << 34.85;
     QTest::newRow("metres stay") << Units::Imperial << "lapdist"
                                  << "m" << 12.5 << "m" << 12.5;
+    QTest::newRow("litres in US gallons") << Units::Imperial << "fuellevel"
+                                          << "l" << 3.785411784 << "gal" << 1.0;
+    QTest::newRow("gallons in litres") << Units::Metric << "fuellevel"
+                                       << "gal" << 2.0 << "l" << 7.570823568;
+    QTest::newRow("kPa in psi") << Units::Imperial << "lftirepressure"
+                                << "kPa" << 6.894757293168 << "psi" << 1.0;
+    QTest::newRow("kg in lb") << Units::Imperial << "mass"
+                              << "kg" << 0.45359237 << "lb" << 1.0;
+    QTest::newRow("km in miles") << Units::Imperial << "tracklength"
+                                 << "km" << 1.609344 << "mi" << 1.0;
+    QTest::newRow("litres stay litres") << Units::Metric << "fuellevel"
+                                        << "l" << 40.5 << "l" << 40.5;
     QTest::newRow("as recorded") << Units::AsRecorded << "speed"
                                  << "m/s" << 50.0 << "m/s" << 50.0;
     QTest::newRow("shock velocities stay") << Units::Metric << "lfshockvel"
@@ -517,10 +571,24 @@ void tst_LapAnalysis::trackProjectionKeepsTheShape()
     QVERIFY2(std::abs(bounds.height() - 2 * radius) < 0.5,
              qPrintable(QString::number(bounds.height())));
     // The line is where the lap distance is least: at angle 1 degree, east of the centre.
-    const QPointF line = projection->startFinish();
+    QVERIFY(projection->startFinish());
+    const QPointF line = *projection->startFinish();
     QVERIFY(std::abs(line.x() - (bounds.center().x() + radius * std::cos(std::numbers::pi / 180)))
             < 0.5);
     QCOMPARE(projection->speeds().first(), speed[0]);
+
+    // The same path 300 m into a track ten times as long never passes the line: no mark at its
+    // first sample.
+    std::vector<double> later = distance;
+    for (double &d : later)
+        d += 300.0;
+    Lap cut;
+    cut.addChannel(TestLaps::channel(lat, QStringLiteral("deg")), QStringLiteral("lat"));
+    cut.addChannel(TestLaps::channel(lon, QStringLiteral("deg")), QStringLiteral("lon"));
+    cut.addChannel(TestLaps::channel(later, QStringLiteral("m")), QStringLiteral("lapdist"));
+    const std::optional<TrackProjection> farFromTheLine = TrackProjection::of(cut, 6280.0);
+    QVERIFY(farFromTheLine);
+    QVERIFY(!farFromTheLine->startFinish());
 
     Lap withoutPositions;
     withoutPositions.addChannel(TestLaps::channel(speed, QStringLiteral("m/s")),

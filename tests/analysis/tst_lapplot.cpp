@@ -1,6 +1,8 @@
 #include "lapplot.h"
+#include "lapranking.h"
 #include "laps.h"
 #include "picturepixels.h"
+#include "plotlaps.h"
 #include "plotstyle.h"
 
 #include <QGuiApplication>
@@ -102,21 +104,21 @@ void tst_LapPlot::panelsShowTheBestLap()
 
 void tst_LapPlot::inputsOfTheComparedLap_data()
 {
-    QTest::addColumn<std::optional<qint32>>("compare");
+    QTest::addColumn<qsizetype>("compare");
     QTest::addColumn<int>("shown"); // the colour of the compared lap
     QTest::addColumn<int>("hidden");
-    // Laps 1 (second fastest, the first colour), 2 (best), 3 (slowest, the second colour).
-    QTest::newRow("the second fastest by default") << std::optional<qint32>() << 0 << 1;
-    QTest::newRow("a lap of one's choice") << std::optional<qint32>(3) << 1 << 0;
+    // Laps 1 (second fastest), 2 (best), 3 (slowest), each in the colour of its place.
+    QTest::newRow("the second fastest by default") << qsizetype(-1) << 0 << 2;
+    QTest::newRow("a lap of one's choice") << qsizetype(2) << 2 << 0;
 }
 
 void tst_LapPlot::inputsOfTheComparedLap()
 {
-    QFETCH(std::optional<qint32>, compare);
+    QFETCH(qsizetype, compare);
     QFETCH(int, shown);
     QFETCH(int, hidden);
     LapPlot::Input plot = input({steadyLap(1, 45.0), steadyLap(2, 50.0), steadyLap(3, 42.0)});
-    plot.compareLap = compare;
+    plot.compare = compare;
     const QImage image = LapPlot::render(plot);
     // Where the two laps' gears part, the compared lap shows from under the best one.
     for (const QRect &panel : {LapPlot::inputsPanel(), LapPlot::gearPanel()}) {
@@ -161,11 +163,20 @@ void tst_LapPlot::moreThanEightLaps()
     for (int number = 1; number <= 12; ++number)
         laps.append(steadyLap(number, 40.0 + number % 5 + number * 0.1));
     const QImage image = LapPlot::render(input(laps));
-    // The best lap and seven others: every colour, once.
+    // The best lap and seven others, each in the colour of its place among the laps.
     QVERIFY(count(image, LapPlot::speedPanel(), PlotStyle::bestColour()) > 100);
-    for (int colour = 0; colour < PlotStyle::OtherColours; ++colour)
-        QVERIFY2(count(image, LapPlot::legendBox(), PlotStyle::otherColour(colour)) > 20,
-                 qPrintable(QString::number(colour)));
+    QList<qsizetype> all;
+    for (qsizetype i = 0; i < laps.size(); ++i)
+        all.append(i);
+    const QList<qsizetype> shown = LapRanking::shown(laps, all, PlotLaps::MostLaps);
+    QCOMPARE(shown.size(), 8);
+    for (const qsizetype index : shown) {
+        if (index == LapRanking::best(laps))
+            continue;
+        const QColor colour = PlotStyle::otherColour(int(index % PlotStyle::OtherColours));
+        QVERIFY2(count(image, LapPlot::legendBox(), colour) > 20,
+                 qPrintable(QString::number(index)));
+    }
 }
 
 void tst_LapPlot::trackMap_data()
@@ -216,11 +227,14 @@ void tst_LapPlot::trackMap()
 
 void tst_LapPlot::noLaps()
 {
-    const QImage image = LapPlot::render(input({}));
-    QCOMPARE(image.size(), QSize(LapPlot::Width, LapPlot::Height));
-    for (const QRect &panel : {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel(),
-                               LapPlot::gearPanel(), LapPlot::trackMapPanel()})
-        QCOMPARE(colourful(image, panel), 0);
+    LapPlot::Input plot = input({});
+    plot.noLapsReason = QStringLiteral("no laps: the file holds no records");
+    const QImage image = LapPlot::render(plot);
+    // One panel with the reason, not empty charts.
+    QCOMPARE(image.size(), QSize(LapPlot::Width, LapPlot::NoLapsHeight));
+    QCOMPARE(colourful(image, image.rect()), 0);
+    const QRect panel = LapPlot::noLapsPanel();
+    QVERIFY(inked(image, panel.adjusted(4, 4, -4, -4)) > 100);
 }
 
 QTEST_MAIN(tst_LapPlot)

@@ -47,12 +47,26 @@ void tst_IbtLaps::helpAndVersion_data()
     QTest::addColumn<QStringList>("expected");
 
     QTest::newRow("help names every option")
-        << QStringLiteral("--help")
-        << QStringList {
-               "--plugin <path>",  "--json <file>", "--no-channels",      "--csv <dir>",
-               "--force",          "--plot <file>", "--compare <lap>",    "--laps <list>",
-               "--timed",          "--best",        "--channels <names>", "--list-channels",
-               "--units <system>", "--quiet",       "--version",          "file.ibt..."};
+        << QStringLiteral("--help") << QStringList {"--plugin <path>",
+                                                    "--json <file>",
+                                                    "--no-channels",
+                                                    "--csv <dir>",
+                                                    "--force",
+                                                    "--plot <file>",
+                                                    "--compare <lap>",
+                                                    "--laps <list>",
+                                                    "--timed",
+                                                    "--best",
+                                                    "--channels <names>",
+                                                    "--list-channels",
+                                                    "--units <system>",
+                                                    "--quiet",
+                                                    "--version",
+                                                    "file.ibt...",
+                                                    "--sectors",
+                                                    "--setup",
+                                                    "--setup-diff",
+                                                    "--reference <file[:lap]>"};
     ZUM::SDK::PluginInterfaceImport *import = plugin();
     QVERIFY(import);
     QTest::newRow("version names the tool, the plug-in and Qt")

@@ -322,10 +322,14 @@ void tst_IbtLapsExports::csvUnits_data()
     QTest::addColumn<QString>("units"); // empty: not given
     QTest::addColumn<QString>("speedUnit");
     QTest::addColumn<double>("factor"); // from m/s
-    QTest::newRow("as recorded") << QString() << QStringLiteral("m/s") << 1.0;
-    QTest::newRow("metric") << QStringLiteral("metric") << QStringLiteral("km/h") << 3.6;
+    QTest::addColumn<QString>("fuelUnit");
+    QTest::addColumn<double>("fuelFactor"); // from l
+    QTest::newRow("as recorded") << QString() << QStringLiteral("m/s") << 1.0 << QStringLiteral("l")
+                                 << 1.0;
+    QTest::newRow("metric") << QStringLiteral("metric") << QStringLiteral("km/h") << 3.6
+                            << QStringLiteral("l") << 1.0;
     QTest::newRow("imperial") << QStringLiteral("imperial") << QStringLiteral("mph")
-                              << 3.6 / 1.609344;
+                              << 3.6 / 1.609344 << QStringLiteral("gal") << 1.0 / 3.785411784;
 }
 
 void tst_IbtLapsExports::csvUnits()
@@ -333,6 +337,8 @@ void tst_IbtLapsExports::csvUnits()
     QFETCH(QString, units);
     QFETCH(QString, speedUnit);
     QFETCH(double, factor);
+    QFETCH(QString, fuelUnit);
+    QFETCH(double, fuelFactor);
 
     const QString dir = path(QStringLiteral("csv-units-%1").arg(QTest::currentDataTag()));
     QStringList arguments {m_short,
@@ -350,15 +356,19 @@ void tst_IbtLapsExports::csvUnits()
     const QList<QByteArray> lines
         = csvLines(QDir(dir).filePath(QStringLiteral("short_stint1_lap1.csv")));
     QCOMPARE(lines.size(), lap->size() + 1);
-    // Speeds in the unit asked for; fuel stays in litres.
+    // Speeds and fuel in the units asked for; lap distance stays in metres.
     QCOMPARE(lines[0],
-             "sessiontime [s],laptime [s],lapdist [m],fuellevel [l],speed [" + speedUnit.toUtf8()
-                 + ']');
+             "sessiontime [s],laptime [s],lapdist [m],fuellevel [" + fuelUnit.toUtf8() + "],speed ["
+                 + speedUnit.toUtf8() + ']');
     const Channel &speed = *lap->channel(QStringLiteral("speed"));
     const Channel &fuel = *lap->channel(QStringLiteral("fuellevel"));
     for (qint64 row = 0; row < lap->size(); row += 500) {
         const QByteArrayList cells = lines[row + 1].split(',');
-        QVERIFY(sameBits(cells[3].toDouble(), fuel.value(row)));
+        if (fuelFactor == 1.0)
+            QVERIFY(sameBits(cells[3].toDouble(), fuel.value(row)));
+        else
+            QVERIFY(std::abs(cells[3].toDouble() - fuel.value(row) * fuelFactor)
+                    <= 1e-12 * std::abs(cells[3].toDouble()));
         const double written = cells[4].toDouble();
         if (units.isEmpty())
             QVERIFY(sameBits(written, speed.value(row)));

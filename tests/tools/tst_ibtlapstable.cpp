@@ -173,14 +173,17 @@ void tst_IbtLapsTable::summaryOfTheSession()
                             "3 timed laps")
                  .arg(lapTimeText(seconds(best))));
 
-    // In other units only the speed changes.
+    // In other units the speed, the fuel and the temperatures change.
     const Run imperial = run({m_practice, QStringLiteral("--units"), QStringLiteral("imperial")});
     QCOMPARE(summaryValue(imperial.out, QStringLiteral("Top speed")),
              QStringLiteral("%1 mph on lap %2")
                  .arg(topSpeed * 3.6 / 1.609344, 0, 'f', 1)
                  .arg(laps[topLap]->header().lapNumber));
+    const QString litres = summaryValue(out, QStringLiteral("Fuel per lap"));
+    QVERIFY(litres.contains(QStringLiteral(" l, the average of")));
     QCOMPARE(summaryValue(imperial.out, QStringLiteral("Fuel per lap")),
-             summaryValue(out, QStringLiteral("Fuel per lap")));
+             QStringLiteral("%1 gal, the average of 3 timed laps")
+                 .arg(litres.section(QLatin1Char(' '), 0, 0).toDouble() / 3.785411784, 0, 'f', 3));
     const double air
         = laps.first()->header().dynamicData.value(QStringLiteral("Air temperature")).toDouble();
     QVERIFY(summaryValue(imperial.out, QStringLiteral("Weather"))
@@ -311,7 +314,9 @@ void tst_IbtLapsTable::fileWithoutLaps()
     const Run result
         = run({m_noPlayer, QStringLiteral("--json"), json, QStringLiteral("--csv"), csv});
     QCOMPARE(result.exitCode, 0);
-    QCOMPARE(summaryValue(result.out, QStringLiteral("Laps")), QStringLiteral("no laps"));
+    QCOMPARE(summaryValue(result.out, QStringLiteral("Laps")),
+             QStringLiteral("no laps: the session text names no car of the player "
+                            "(DriverInfo/DriverCarIdx)"));
     QCOMPARE(summaryValue(result.out, QStringLiteral("Recorded")), recordedText(m_noPlayer));
     QVERIFY(tableRows(result.out).isEmpty());
     QCOMPARE(readJson(json)[QStringLiteral("laps")].toArray().size(), 0);
@@ -364,7 +369,8 @@ void tst_IbtLapsTable::severalFiles()
             }
         }
     }
-    QVERIFY(out.contains(QStringLiteral("Best lap overall: %1 on lap %2 of %3\n")
+    QVERIFY(out.contains(QStringLiteral("Best lap, Autodromo Jose Carlos Pace, Grand Prix, "
+                                        "Mercedes AMG GT4: %1 on lap %2 of %3\n")
                              .arg(lapTimeText(QTime(0, 0).msecsTo(best) / 1000.0))
                              .arg(bestNumber)
                              .arg(bestFile)));

@@ -30,6 +30,8 @@ private slots:
     void sectorStartsOfTheSessionText_data();
     void sectorStartsOfTheSessionText();
     void generatedSessionKeepsItsText();
+    void headerOfAnotherVersion();
+    void noPlayerNoCar();
     void recordedSectors_data();
     void recordedSectors();
 
@@ -93,6 +95,42 @@ void tst_RecordingInfo::generatedSessionKeepsItsText()
     QVERIFY(generator.sessionInfo().startsWith(info.sessionText()));
     QVERIFY(info.sessionText().contains("SplitTimeInfo:"));
     QCOMPARE(info.sectorStarts(), (QList<double> {0.0, 0.331877, 0.687195}));
+    // What the text names, for the summary of a file without laps.
+    QCOMPARE(info.trackName(), options.trackDisplayName);
+    QCOMPARE(info.trackConfigName(), options.trackConfigName);
+    QCOMPARE(info.carName(), QStringLiteral("Mercedes AMG GT4"));
+    QCOMPARE(info.driverName(), options.playerName);
+    QCOMPARE(info.sessionTypes(), QStringLiteral("Practice"));
+    QCOMPARE(info.version(), 2);
+    QCOMPARE(info.headerProblem(), QString());
+}
+
+void tst_RecordingInfo::headerOfAnotherVersion()
+{
+    const QString path = m_dir.filePath(QStringLiteral("version-3.ibt"));
+    SessionGenerator::Options options;
+    options.laps = 1;
+    options.overrides.ver = 3;
+    QVERIFY(SessionGenerator(options).write(path));
+    const RecordingInfo info = RecordingInfo::read(path);
+    QCOMPARE(info.version(), 3);
+    QCOMPARE(info.headerProblem(),
+             QStringLiteral("its header's version is 3, which the simulator never writes (it "
+                            "writes 1 and 2): not a telemetry recording"));
+}
+
+void tst_RecordingInfo::noPlayerNoCar()
+{
+    const QString path = m_dir.filePath(QStringLiteral("no-player.ibt"));
+    SessionGenerator::Options options;
+    options.laps = 1;
+    options.player = false;
+    QVERIFY(SessionGenerator(options).write(path));
+    const RecordingInfo info = RecordingInfo::read(path);
+    // The track is the session's; the car and driver are the player's, and there is none.
+    QCOMPARE(info.trackName(), options.trackDisplayName);
+    QCOMPARE(info.carName(), QString());
+    QCOMPARE(info.driverName(), QString());
 }
 
 void tst_RecordingInfo::recordedSectors_data()

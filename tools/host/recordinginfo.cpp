@@ -77,6 +77,28 @@ QList<double> sectorStartsOf(const TYamlTree &session)
     return starts;
 }
 
+// The session types in the order of the sessions' numbers.
+QString sessionTypesOf(const TYamlTree &session)
+{
+    const TStringTree *sessions = session.pathSub("SessionInfo/Sessions");
+    if (!sessions)
+        return {};
+    QList<std::pair<int, QString>> types;
+    for (const QString &key : sessions->subTreesKeys()) {
+        const TStringTree *one = sessions->sub(key.toStdString());
+        const QString type = one->value("SessionType").trimmed();
+        if (!type.isEmpty())
+            types.append({one->value("SessionNum").toInt(), type});
+    }
+    std::sort(types.begin(), types.end());
+    QStringList names;
+    for (const auto &[number, type] : types) {
+        if (!names.contains(type))
+            names.append(type);
+    }
+    return names.join(QStringLiteral(", "));
+}
+
 } // namespace
 
 RecordingInfo RecordingInfo::read(const QString &path)
@@ -107,7 +129,31 @@ RecordingInfo RecordingInfo::read(const QString &path)
     TYamlTree session;
     session.setYaml(ibt.sessionText());
     info.m_sectorStarts = sectorStartsOf(session);
+    info.m_version = ibt.header().ver;
+    info.m_trackName = session.pathValue("WeekendInfo/TrackDisplayName").trimmed();
+    if (info.m_trackName.isEmpty())
+        info.m_trackName = session.pathValue("WeekendInfo/TrackName").trimmed();
+    info.m_trackConfigName = session.pathValue("WeekendInfo/TrackConfigName").trimmed();
+    bool ok = false;
+    const int player = session.pathValue("DriverInfo/DriverCarIdx").toInt(&ok);
+    if (ok) {
+        const std::string driver = "DriverInfo/Drivers/" + std::to_string(player);
+        if (const TStringTree *entry = session.pathSub(driver)) {
+            info.m_carName = entry->value("CarScreenName").trimmed();
+            info.m_driverName = entry->value("UserName").trimmed();
+        }
+    }
+    info.m_sessionTypes = sessionTypesOf(session);
     return info;
+}
+
+QString RecordingInfo::headerProblem() const
+{
+    if (!m_problem.isEmpty() || m_version == 1 || m_version == 2)
+        return {};
+    return QStringLiteral("its header's version is %1, which the simulator never writes (it "
+                          "writes 1 and 2): not a telemetry recording")
+        .arg(m_version);
 }
 
 QString RecordingInfo::recordsNote() const

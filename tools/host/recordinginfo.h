@@ -32,6 +32,20 @@ public:
     // sense.
     QList<double> sectorStarts() const { return m_sectorStarts; }
 
+    // What the session text names: the track and its configuration, the player's car and
+    // driver, the sessions' types ("Practice", or "Practice, Qualify, Race"). Empty where it
+    // names none.
+    QString trackName() const { return m_trackName; }
+    QString trackConfigName() const { return m_trackConfigName; }
+    QString carName() const { return m_carName; }
+    QString driverName() const { return m_driverName; }
+    QString sessionTypes() const { return m_sessionTypes; }
+
+    // The header's format version; the simulator writes 1 (until 2016) and 2.
+    qint32 version() const { return m_version; }
+    // What is wrong with a header the simulator cannot have written; empty when nothing is.
+    QString headerProblem() const;
+
     qint64 wholeRecords() const { return m_wholeRecords; }
     qint64 partialRecordBytes() const { return m_partialRecordBytes; }
     // "no records", or how many whole records were read and how many bytes of a partial one
@@ -44,6 +58,12 @@ private:
     std::optional<double> m_startSessionTime;
     QByteArray m_sessionText;
     QList<double> m_sectorStarts;
+    QString m_trackName;
+    QString m_trackConfigName;
+    QString m_carName;
+    QString m_driverName;
+    QString m_sessionTypes;
+    qint32 m_version = 0;
     qint64 m_wholeRecords = 0;
     qint64 m_partialRecordBytes = 0;
 };

@@ -47,25 +47,46 @@ CommandLine::CommandLine()
         option("plot",
                "Draw the laps as a picture <file> (1600 pixels wide): speed, delta to the best "
                "lap, throttle and brake, gear, track map and summary. The format follows the "
-               "suffix (PNG when there is none); with several input files, one picture per "
-               "file named <file>_<input name>.<suffix>.",
+               "suffix (PNG when there is none; .svg and .pdf are vectors); with several input "
+               "files, one picture per file named <file>_<input name>.<suffix>.",
                "file"),
         option("compare",
-               "Set lap <lap> against the best lap in the picture's throttle, brake and gear "
-               "(default: the second fastest lap).",
+               "Draw lap <lap> (a number, or stint/lap such as 2/3) in every panel of the "
+               "picture and set it against the best lap (or the --reference lap) in the "
+               "throttle, brake and gear (default: the second fastest lap, or the best with "
+               "--reference).",
                "lap"),
-        option("laps", "Only the laps of these numbers, such as 3,5-7.", "list"),
+        option("reference",
+               "Draw the picture's delta and inputs against lap <lap> of another <file> of the "
+               "same track (its best lap when :<lap> is left out) instead of the best lap.",
+               "file[:lap]"),
+        option("laps",
+               "Only the laps of these numbers, such as 3,5-7, or of a stint, such as 2/3 or "
+               "2/3-5, as the table's Stint/lap column shows them.",
+               "list"),
         option("timed", "Only the laps completed with a time."),
         option("best", "Only the fastest timed lap."),
         option("channels",
-               "Only these channels, such as speed,throttle,brake, in the CSV and the JSON.",
+               "Only these channels, such as speed,throttle,brake, in the CSV and the JSON; "
+               "names match in any case.",
                "names"),
         option("list-channels", "List every channel of the laps with its unit."),
+        option("sectors",
+               "Add to the table each lap's time through each of the track's own sectors "
+               "(S1, S2...; the best of each marked *), and the ideal lap of those sectors."),
+        option("setup",
+               "Print the car's set-up that the file's session text carries (tyres, chassis, "
+               "dampers...) after its table. The JSON always holds it."),
+        option("setup-diff",
+               "With several files, print after each file only what its set-up changes from "
+               "the first file's. A file carries one set-up."),
         option("units",
-               "Show speeds in km/h or mph and temperatures in C or F: <system> is metric or "
-               "imperial. Applies to the table, the CSV and the picture; the JSON stays as "
-               "the plug-in gave it. Without it the table and the picture are metric and the "
-               "CSV is as recorded.",
+               "Show quantities in metric or imperial units (<system>): speeds in km/h or mph, "
+               "temperatures in C or F, fuel in l or gal, pressures in kPa or psi, masses in kg "
+               "or lb, the picture's lap distance in m or ft, the track's length in km or mi. "
+               "Applies to the "
+               "table, the CSV and the picture; the JSON stays as the plug-in gave it. Without "
+               "it the table and the picture are metric and the CSV is as recorded.",
                "system"),
         option("quiet",
                "Leave out the plug-in's and the tool's information lines; notes and "
@@ -92,7 +113,27 @@ CommandLine::Request CommandLine::parse(const QStringList &arguments, bool plugi
         return Request::UsageError;
     if (m_options.files.isEmpty())
         return usageError(QStringLiteral("no input file"));
+    if (m_options.setupDiff && m_options.files.size() < 2)
+        m_options.ignored.append(QStringLiteral("--setup-diff compares the set-ups of several "
+                                                "files, and a file carries one; with one file it "
+                                                "is ignored"));
     return Request::Run;
+}
+
+void CommandLine::noteIgnored()
+{
+    const std::pair<const char *, const char *> dependent[] = {
+        {"force", "csv"},
+        {"compare", "plot"},
+        {"reference", "plot"},
+        {"no-channels", "json"},
+    };
+    for (const auto &[option, output] : dependent) {
+        if (m_parser.isSet(QLatin1String(option)) && !m_parser.isSet(QLatin1String(output)))
+            m_options.ignored.append(
+                QStringLiteral("--%1 applies to --%2, which is not given; it is ignored")
+                    .arg(QLatin1String(option), QLatin1String(output)));
+    }
 }
 
 CommandLine::Request CommandLine::usageError(const QString &text)
@@ -118,6 +159,9 @@ bool CommandLine::readValues()
     o.force = isSet("force");
     o.plot = value("plot");
     o.listChannels = isSet("list-channels");
+    o.sectors = isSet("sectors");
+    o.setup = isSet("setup");
+    o.setupDiff = isSet("setup-diff");
     o.quiet = isSet("quiet");
     o.selection.setTimedOnly(isSet("timed"));
     o.selection.setBestOnly(isSet("best"));
@@ -128,10 +172,21 @@ bool CommandLine::readValues()
         return false;
     }
     if (isSet("compare")) {
-        bool ok = false;
-        o.compareLap = value("compare").toInt(&ok);
-        if (!ok || *o.compareLap < 0) {
+        o.compareLap = LapSelection::lapName(value("compare"));
+        if (!o.compareLap) {
             usageError(QStringLiteral("--compare: '%1' is not a lap number").arg(value("compare")));
+            return false;
+        }
+    }
+    if (isSet("reference")) {
+        // A file name may hold a colon itself (C:\\laps.ibt): only a lap after the last one
+        // splits it.
+        const QString text = value("reference");
+        const qsizetype colon = text.lastIndexOf(QLatin1Char(':'));
+        o.referenceLap = colon > 0 ? LapSelection::lapName(text.mid(colon + 1)) : std::nullopt;
+        o.referenceFile = o.referenceLap ? text.left(colon) : text;
+        if (o.referenceFile.isEmpty()) {
+            usageError(QStringLiteral("--reference: no file"));
             return false;
         }
     }
@@ -151,6 +206,12 @@ bool CommandLine::readValues()
             return false;
         }
     }
+    if (o.plot == QLatin1String("-")) {
+        // Standard output carries the table; a picture there would be mixed into it.
+        usageError(QStringLiteral("--plot: '-' is no file name; the picture goes to a file"));
+        return false;
+    }
+    noteIgnored();
     if (!o.plot.isEmpty() && !PlotFile::isWritable(PlotFile::format(o.plot))) {
         usageError(
             QStringLiteral("--plot: Qt cannot write pictures of the format '%1'; it "

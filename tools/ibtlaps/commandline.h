@@ -29,6 +29,7 @@ public:
 private:
     Request usageError(const QString &text);
     bool readValues();
+    void noteIgnored();
 
     QCommandLineParser m_parser;
     Options m_options;

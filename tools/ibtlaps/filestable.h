@@ -8,8 +8,9 @@
 #include <QTime>
 
 // One line per file across several files, in the order they were recorded, and the best
-// lap of them all. The simulator records a stint per file, so this is how a driver sees a
-// day's sessions side by side.
+// lap of each track, configuration and car among them: times of different tracks or cars say
+// nothing of each other. The simulator records a stint per file, so this is how a driver sees
+// a day's sessions side by side.
 class FilesTable
 {
 public:
@@ -17,12 +18,12 @@ public:
     void add(const ImportResult &result);
     QString text() const;
 
-private:
     struct File
     {
         QString path;
         QDateTime start;
         QString track;
+        QString trackConfig;
         QString car;
         QString session;
         qsizetype laps = 0;
@@ -32,5 +33,6 @@ private:
         double average = 0.0;
     };
 
+private:
     QList<File> m_files;
 };

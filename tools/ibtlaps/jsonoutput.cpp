@@ -5,17 +5,21 @@
 
 #include <cstdio>
 
-bool JsonOutput::open(const QString &target)
+bool JsonOutput::open(const QString &target, QString *errorString)
 {
     if (target == QLatin1String("-")) {
         auto standardOutput = std::make_unique<QFile>();
-        if (!standardOutput->open(stdout, QIODevice::WriteOnly))
+        if (!standardOutput->open(stdout, QIODevice::WriteOnly)) {
+            *errorString = standardOutput->errorString();
             return false;
+        }
         m_device = std::move(standardOutput);
     } else {
         auto file = std::make_unique<QSaveFile>(target);
-        if (!file->open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        if (!file->open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
+            *errorString = file->errorString();
             return false;
+        }
         m_device = std::move(file);
     }
     m_writer = std::make_unique<JsonWriter>(m_device.get());

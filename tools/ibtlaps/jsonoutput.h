@@ -11,8 +11,8 @@
 class JsonOutput
 {
 public:
-    // False when the target cannot be written, such as a path in a missing folder.
-    bool open(const QString &target);
+    // False when the target cannot be written, with the system's reason in errorString.
+    bool open(const QString &target, QString *errorString);
     bool isOpen() const { return m_writer != nullptr; }
     JsonWriter &writer() { return *m_writer; }
     // Finishes the output; false when anything failed to reach it.

@@ -1,5 +1,7 @@
 #include "lapjson.h"
 
+#include "carsetup.h"
+
 #include "jsonwriter.h"
 #include "session.h"
 
@@ -184,6 +186,23 @@ void writeChannels(JsonWriter &writer, const QList<QString> &names,
 
 } // namespace
 
+namespace {
+
+void writeSetup(JsonWriter &writer, const QList<CarSetup::Node> &nodes)
+{
+    writer.beginObject();
+    for (const CarSetup::Node &node : nodes) {
+        writer.key(node.name);
+        if (node.children.isEmpty())
+            writer.string(node.value);
+        else
+            writeSetup(writer, node.children);
+    }
+    writer.endObject();
+}
+
+} // namespace
+
 void LapJson::write(JsonWriter &writer, const ImportResult &result, const QList<qsizetype> &chosen,
                     const ChannelChoice &channels, bool withChannelValues)
 {
@@ -197,6 +216,9 @@ void LapJson::write(JsonWriter &writer, const ImportResult &result, const QList<
         writer.number(*sessionTime);
     else
         writer.null();
+    // The car's set-up as the session text carries it; empty when it carries none.
+    writer.key(QStringLiteral("setup"));
+    writeSetup(writer, CarSetup::of(result.recording.sessionText()).groups());
 
     writer.key(QStringLiteral("messages"));
     writer.beginArray();

@@ -1,18 +1,19 @@
 #pragma once
 
+#include "lapplot.h"
+
 #include <QByteArray>
 #include <QString>
 
-class QImage;
-
 // Where and in which format a picture goes: the format follows the file's suffix, PNG when it
-// has none; with several input files every file gets a picture of its own.
+// has none; with several input files every file gets a picture of its own. SVG and PDF are
+// painted as vectors, the same painting as the pixels of the other formats.
 class PlotFile
 {
 public:
     // "png", "jpg", ...: the suffix in lower case.
     static QByteArray format(const QString &path);
-    // Whether Qt's image writers know the format.
+    // Whether Qt's image writers know the format, or it is svg or pdf.
     static bool isWritable(const QByteArray &format);
     static QString writableFormats();
 
@@ -21,5 +22,5 @@ public:
     static QString pathFor(const QString &plot, const QString &input, bool several);
 
     // False with errorString set when the picture cannot be written.
-    static bool write(const QImage &image, const QString &path, QString *errorString);
+    static bool write(const LapPlot::Input &input, const QString &path, QString *errorString);
 };

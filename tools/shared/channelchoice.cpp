@@ -82,7 +82,7 @@ QString ChannelChoice::unknownNamesText(const Laps &laps) const
     const QStringList known = knownChannels(laps).keys();
     QString text;
     for (const QString &name : m_names) {
-        if (known.contains(name))
+        if (known.contains(name, Qt::CaseInsensitive))
             continue;
         const QStringList near = nearNames(name, known);
         text += QStringLiteral("--channels: no channel '%1'").arg(name)

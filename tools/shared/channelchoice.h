@@ -13,7 +13,12 @@ public:
     explicit ChannelChoice(QStringList names);
 
     bool isAll() const { return m_names.isEmpty(); }
-    bool contains(const QString &name) const { return isAll() || m_names.contains(name); }
+    // Names match without regard to case: the simulator writes them in mixed case, the
+    // plug-in in lower case.
+    bool contains(const QString &name) const
+    {
+        return isAll() || m_names.contains(name, Qt::CaseInsensitive);
+    }
 
     // For the names that no lap has, one line each with the names that come near it ("did
     // you mean"); empty when every name is known.
