@@ -1,9 +1,6 @@
 # The Debian package, built with `cpack -G DEB` in the build folder: everything the install
-# rules put under the prefix, with its dependencies computed from the binaries.
-#
-# The viewer, when it comes, adds its desktop entry and icon to the install and so to the
-# package: install(FILES ibt-view.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
-# and the icon under ${CMAKE_INSTALL_DATADIR}/icons/hicolor/<size>/apps/.
+# rules put under the prefix (the viewer's desktop entry and icon among them), with its
+# dependencies computed from the binaries.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zum-iracing-ibt)
@@ -16,8 +13,9 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "iRacing .ibt telemetry import plug-in and
 set(CPACK_PACKAGE_DESCRIPTION "The import plug-in that a telemetry-analysis host loads to \
 read the disk telemetry files that iRacing records (*.ibt) and cut them into laps; the host's \
 data model (ZUM::SDK), a shared library with its headers and CMake package for other hosts and \
-plug-ins; ibt-laps, a command-line host that shows, exports and plots the laps; and ibt-write, \
-a writer of synthetic sessions.")
+plug-ins; ibt-view, a desktop viewer of laps on one distance axis with the track map; \
+ibt-laps, a command-line host that shows, exports and plots the laps; and ibt-write, a writer \
+of synthetic sessions.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 # The build's debugging information stays in the build folder.

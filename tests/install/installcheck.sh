@@ -114,7 +114,8 @@ check_deb() {
     depends=$(field Depends)
     # The packages' names alone, one per line.
     names=$(sed 's/ ([^)]*)//g; s/, /\n/g' <<<"$depends")
-    for value in libc6 libstdc++6 libqt6core6 libqt6gui6 fonts-dejavu-core; do
+    for value in libc6 libstdc++6 libqt6core6 libqt6gui6 libqt6widgets6 libqt6svg6 \
+        fonts-dejavu-core; do
         grep -qxF "$value" <<<"$names" || fail "Depends lacks $value: $depends"
     done
     if grep -qxF "$ZUM_PACKAGE_NAME" <<<"$names"; then
@@ -123,7 +124,8 @@ check_deb() {
 
     local contents path
     contents=$(dpkg-deb --contents "$deb" | awk '{ print $6 }')
-    for path in "$ZUM_BINDIR/ibt-laps" "$ZUM_BINDIR/ibt-write" \
+    for path in "$ZUM_BINDIR/ibt-laps" "$ZUM_BINDIR/ibt-write" "$ZUM_BINDIR/ibt-view" \
+        share/applications/ibt-view.desktop share/icons/hicolor/scalable/apps/ibt-view.svg \
         "$ZUM_PLUGINDIR/$ZUM_PLUGIN_FILE" "$ZUM_LIBDIR/libzumsdk.so.$ZUM_VERSION" \
         "$ZUM_INCLUDEDIR/plugininterfaceimport.h" "$ZUM_CMAKEDIR/ZumSdkConfig.cmake"; do
         grep -qxF ".$ZUM_PACKAGE_PREFIX/$path" <<<"$contents" \
@@ -134,6 +136,10 @@ check_deb() {
     fi
 
     dpkg-deb -x "$deb" "$work/root"
+    # The menu entry starts the installed viewer by name, with its icon.
+    local entry=$work/root$ZUM_PACKAGE_PREFIX/share/applications/ibt-view.desktop
+    grep -qx 'Exec=ibt-view %F' "$entry" && grep -qx 'Icon=ibt-view' "$entry" \
+        && grep -qx 'Type=Application' "$entry" || fail "the desktop entry: $(cat "$entry")"
     check_installed_tools "$work/root$ZUM_PACKAGE_PREFIX"
     echo "$(basename "$deb"): $depends"
 }
