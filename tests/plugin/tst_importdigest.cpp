@@ -29,7 +29,8 @@
 // Beside the digests, importdetails.qz holds the same imports item by item (ImportDetails), so
 // that a digest that differs comes with the first item that differs: the case, the lap, the
 // header field, named value, message or channel, and both values or the channel's block.
-// ZUM_RECORD_DETAILS=path writes that file from the import as it is, for every case run.
+// ZUM_RECORD_DETAILS=path writes that file from the import as it is; it needs every case, so
+// the whole test with the recorded files present.
 
 using ZUM::SDK::Channel;
 using ZUM::SDK::Lap;
@@ -292,8 +293,13 @@ void tst_ImportDigest::initTestCase()
 void tst_ImportDigest::cleanupTestCase()
 {
     const QString path = qEnvironmentVariable("ZUM_RECORD_DETAILS");
-    if (!path.isEmpty())
-        QVERIFY2(ImportDetails::write(path, m_recordedDetails), qPrintable(path));
+    if (path.isEmpty())
+        return;
+    // A record of some cases only would drop the others' from the file.
+    QVERIFY2(!SampleFiles::all().isEmpty(), "recording needs the recorded files (ZUM_IBT_SAMPLES)");
+    QVERIFY2(m_recordedDetails.size() == generatedCases().size() + SampleFiles::all().size(),
+             "recording needs every case: run the whole test");
+    QVERIFY2(ImportDetails::write(path, m_recordedDetails), qPrintable(path));
 }
 
 void tst_ImportDigest::check(const QString &name, const QString &path)
