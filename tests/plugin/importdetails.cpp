@@ -4,7 +4,6 @@
 
 #include <QColor>
 #include <QCryptographicHash>
-#include <QDataStream>
 #include <QFile>
 
 using ZUM::SDK::Channel;
@@ -110,11 +109,16 @@ void ImportDetails::addLap(int index, const Lap &lap, const QDateTime &lastStart
         return QString::fromLatin1(value ? "true" : "false");
     };
     const ZUM::SDK::LapHeader &header = lap.header();
-    QByteArray carInfo;
-    QDataStream carInfoStream(&carInfo, QIODevice::WriteOnly);
-    carInfoStream << header.carInfo;
-    field("carInfo",
-          QString::fromLatin1(QCryptographicHash::hash(carInfo, QCryptographicHash::Sha1).toHex()));
+    const ZUM::SDK::CarInfo &car = header.carInfo;
+    field("carInfo.carId", car.carId);
+    field("carInfo.sourceName", car.sourceName);
+    field("carInfo.pluginName", car.pluginName);
+    field("carInfo.carName", car.carName);
+    field("carInfo.className", car.className);
+    field("carInfo.driverName", car.driverName);
+    field("carInfo.teamName", car.teamName);
+    field("carInfo.status", QString::number(car.status));
+    field("carInfo.detailedTelemetry", flag(car.detailedTelemetry));
     // As in the digest: date-times follow the file's time, only their spacing is the import's.
     field("dateTime",
           header.dateTime.isValid()

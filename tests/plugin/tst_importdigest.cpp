@@ -368,6 +368,7 @@ void tst_ImportDigest::differenceNamesTheItem_data()
 {
     QTest::addColumn<QString>("change");
     QTest::newRow("header field") << QStringLiteral("header");
+    QTest::newRow("driver") << QStringLiteral("driver");
     QTest::newRow("named value") << QStringLiteral("value");
     QTest::newRow("channel entry") << QStringLiteral("channel");
     QTest::newRow("message") << QStringLiteral("message");
@@ -396,6 +397,12 @@ void tst_ImportDigest::differenceNamesTheItem()
                      .arg(lapName)
                      .arg(number)
                      .arg(number + 10);
+    } else if (change == QLatin1String("driver")) {
+        const QString driver = lap.header().carInfo.driverName;
+        lap.header().carInfo.driverName = QStringLiteral("Someone Else");
+        report
+            = QStringLiteral("%1 header carInfo.driverName: expected \"%2\", got \"Someone Else\"")
+                  .arg(lapName, driver);
     } else if (change == QLatin1String("value")) {
         // A string in place of the first named value, whatever its type was.
         const QString name = lap.header().dynamicData.valueNameList().first();
