@@ -1,4 +1,5 @@
 #include "ibtwriter.h"
+#include "importdetails.h"
 #include "plugininterfaceimport.h"
 #include "samplefiles.h"
 #include "sessiongenerator.h"
@@ -24,6 +25,12 @@
 // any change to the import path must leave them all as they are.
 //
 // ZUM_RECORD_DIGESTS=1 prints the lines of the digest file instead of comparing.
+//
+// Beside the digests, importdetails.qz holds the same imports item by item (ImportDetails), so
+// that a digest that differs comes with the first item that differs: the case, the lap, the
+// header field, named value, message or channel, and both values or the channel's block.
+// ZUM_RECORD_DETAILS=path writes that file from the import as it is; it needs every case, so
+// the whole test with the recorded files present.
 
 using ZUM::SDK::Channel;
 using ZUM::SDK::Lap;
@@ -91,30 +98,47 @@ void addLap(QDataStream &out, const Lap &lap, const QDateTime &lastStart)
     addChannels(out, lap, lap.getAvailableCalculatedChannels(), &Lap::calculatedChannel);
 }
 
-// The digest of one import of the file, and the number of laps, for the failure message.
-QString importDigest(const QString &path, int *lapCount)
+// What the host received from one import: the messages, made independent of the file's path
+// and of the time taken, and the laps.
+struct Import
+{
+    bool allocationFailure = false;
+    QList<std::pair<QString, int>> messages;
+    QList<QSharedPointer<Lap>> laps;
+};
+
+Import runImport(const QString &path)
 {
     QSignalSpy spy(plugin()->dataEmitter(), &ZUM::SDK::DataEmitter::sendMessage);
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    QList<QSharedPointer<Lap>> laps;
+    Import result;
     try {
-        laps = plugin()->import(path, plugin()->availableImportFormats().first(), {});
+        result.laps = plugin()->import(path, plugin()->availableImportFormats().first(), {});
     } catch (const std::bad_alloc &) {
-        out << QStringLiteral("allocation failure");
+        result.allocationFailure = true;
     }
     for (const QList<QVariant> &arguments : std::as_const(spy)) {
         QString text = arguments.at(0).toString();
         text.replace(path, QStringLiteral("FILE"));
         text.replace(QRegularExpression(QStringLiteral("Done in \\d+ ms")),
                      QStringLiteral("Done in N ms"));
-        out << text << arguments.at(1).toInt();
+        result.messages.append({text, arguments.at(1).toInt()});
     }
-    out << qint64(laps.size());
-    const QDateTime lastStart = laps.isEmpty() ? QDateTime() : laps.last()->header().dateTime;
-    for (const QSharedPointer<Lap> &lap : std::as_const(laps))
+    return result;
+}
+
+QString importDigest(const Import &import)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    if (import.allocationFailure)
+        out << QStringLiteral("allocation failure");
+    for (const auto &[text, level] : import.messages)
+        out << text << level;
+    out << qint64(import.laps.size());
+    const QDateTime lastStart
+        = import.laps.isEmpty() ? QDateTime() : import.laps.last()->header().dateTime;
+    for (const QSharedPointer<Lap> &lap : import.laps)
         addLap(out, *lap, lastStart);
-    *lapCount = int(laps.size());
     return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex());
 }
 
@@ -217,6 +241,14 @@ QHash<QString, QString> expectedDigests()
     return digests;
 }
 
+ImportDetails detailsOf(const Import &import)
+{
+    QList<std::pair<QString, int>> messages = import.messages;
+    if (import.allocationFailure)
+        messages.prepend({QStringLiteral("allocation failure"), -1});
+    return ImportDetails(messages, import.laps);
+}
+
 bool recording()
 {
     return qEnvironmentVariableIntValue("ZUM_RECORD_DIGESTS") == 1;
@@ -234,12 +266,17 @@ private Q_SLOTS:
     void generated();
     void recorded_data();
     void recorded();
+    void differenceNamesTheItem_data();
+    void differenceNamesTheItem();
+    void cleanupTestCase();
 
 private:
     void check(const QString &name, const QString &path);
 
     QTemporaryDir m_dir;
     QHash<QString, QString> m_expected;
+    QHash<QString, ImportDetails> m_expectedDetails;
+    QList<std::pair<QString, ImportDetails>> m_recordedDetails;
 };
 
 void tst_ImportDigest::initTestCase()
@@ -248,19 +285,45 @@ void tst_ImportDigest::initTestCase()
     QVERIFY(m_dir.isValid());
     m_expected = expectedDigests();
     QVERIFY2(!m_expected.isEmpty() || recording(), ZUM_IMPORT_DIGESTS);
+    m_expectedDetails = ImportDetails::read(QStringLiteral(ZUM_IMPORT_DETAILS));
+    QVERIFY2(!m_expectedDetails.isEmpty() || !qEnvironmentVariableIsEmpty("ZUM_RECORD_DETAILS"),
+             ZUM_IMPORT_DETAILS);
+}
+
+void tst_ImportDigest::cleanupTestCase()
+{
+    const QString path = qEnvironmentVariable("ZUM_RECORD_DETAILS");
+    if (path.isEmpty())
+        return;
+    // A record of some cases only would drop the others' from the file.
+    QVERIFY2(!SampleFiles::all().isEmpty(), "recording needs the recorded files (ZUM_IBT_SAMPLES)");
+    QVERIFY2(m_recordedDetails.size() == generatedCases().size() + SampleFiles::all().size(),
+             "recording needs every case: run the whole test");
+    QVERIFY2(ImportDetails::write(path, m_recordedDetails), qPrintable(path));
 }
 
 void tst_ImportDigest::check(const QString &name, const QString &path)
 {
-    int laps = 0;
-    const QString digest = importDigest(path, &laps);
+    const Import import = runImport(path);
+    const QString digest = importDigest(import);
+    const ImportDetails details = detailsOf(import);
+    if (!qEnvironmentVariableIsEmpty("ZUM_RECORD_DETAILS"))
+        m_recordedDetails.append({name, details});
     if (recording()) {
         std::printf("%s\t%s\n", qPrintable(name), qPrintable(digest));
         return;
     }
     QVERIFY2(m_expected.contains(name), qPrintable(QStringLiteral("no digest for ") + name));
-    QVERIFY2(digest == m_expected.value(name),
-             qPrintable(QStringLiteral("%1 laps, digest %2").arg(laps).arg(digest)));
+    if (digest == m_expected.value(name))
+        return;
+    QString where = QStringLiteral("no item by item record of this case");
+    if (m_expectedDetails.contains(name)) {
+        where = details.firstDifference(name, m_expectedDetails.value(name));
+        if (where.isEmpty())
+            where = QStringLiteral("no item differs by its short hashes");
+    }
+    QFAIL(qPrintable(
+        QStringLiteral("%1 laps, digest %2; %3").arg(import.laps.size()).arg(digest, where)));
 }
 
 void tst_ImportDigest::generated_data()
@@ -297,6 +360,90 @@ void tst_ImportDigest::recorded()
     if (path.isEmpty())
         ZUM_REQUIRE_SAMPLE_FILES();
     check(QFileInfo(path).fileName(), path);
+}
+
+// One item of an import altered after the fact: the report names the case, the lap by index
+// and number, the item, and both values or the entries of the channel's block.
+void tst_ImportDigest::differenceNamesTheItem_data()
+{
+    QTest::addColumn<QString>("change");
+    QTest::newRow("header field") << QStringLiteral("header");
+    QTest::newRow("driver") << QStringLiteral("driver");
+    QTest::newRow("named value") << QStringLiteral("value");
+    QTest::newRow("channel entry") << QStringLiteral("channel");
+    QTest::newRow("message") << QStringLiteral("message");
+    QTest::newRow("one lap fewer") << QStringLiteral("lap");
+}
+
+void tst_ImportDigest::differenceNamesTheItem()
+{
+    QFETCH(QString, change);
+    const QString path = m_dir.filePath(QStringLiteral("altered.ibt"));
+    QFile::remove(path);
+    QVERIFY(generatedCases().first().second(path));
+    Import import = runImport(path);
+    const qsizetype lapCount = import.laps.size();
+    QVERIFY(lapCount >= 2);
+    const ImportDetails expected = detailsOf(import);
+    QCOMPARE(detailsOf(import).firstDifference(QStringLiteral("practice"), expected), QString());
+
+    Lap &lap = *import.laps[1];
+    const QString lapName = QStringLiteral("lap 1 (number %1)").arg(lap.header().lapNumber);
+    QString report;
+    if (change == QLatin1String("header")) {
+        const qint32 number = lap.header().lapNumber;
+        lap.header().lapNumber += 10;
+        report = QStringLiteral("%1 header lapNumber: expected \"%2\", got \"%3\"")
+                     .arg(lapName)
+                     .arg(number)
+                     .arg(number + 10);
+    } else if (change == QLatin1String("driver")) {
+        const QString driver = lap.header().carInfo.driverName;
+        lap.header().carInfo.driverName = QStringLiteral("Someone Else");
+        report
+            = QStringLiteral("%1 header carInfo.driverName: expected \"%2\", got \"Someone Else\"")
+                  .arg(lapName, driver);
+    } else if (change == QLatin1String("value")) {
+        // A string in place of the first named value, whatever its type was.
+        const QString name = lap.header().dynamicData.valueNameList().first();
+        ZUM::SDK::Value value = lap.header().dynamicData.value(name);
+        const QString before = value.toString();
+        value.setValue(QStringLiteral("altered"));
+        lap.header().dynamicData.setValue(name, value);
+        const QString text
+            = detailsOf(import).firstDifference(QStringLiteral("practice"), expected);
+        QVERIFY2(text.startsWith(
+                     QStringLiteral("practice: %1 value %2: expected \"").arg(lapName, name)),
+                 qPrintable(text));
+        QVERIFY2(text.contains(before), qPrintable(text));
+        QVERIFY2(text.endsWith(QStringLiteral(", got \"QString altered %1\"").arg(value.unit())),
+                 qPrintable(text));
+        return;
+    } else if (change == QLatin1String("channel")) {
+        const QSharedPointer<Channel> speed = lap.channel(QStringLiteral("speed"));
+        QVERIFY(speed);
+        const qint64 index = speed->size() / 2 + 7;
+        speed->setValue(index, speed->value(index) + 0.25);
+        const int block = int(index * ImportDetails::Blocks / speed->size());
+        report = QStringLiteral("%1 channel speed: entries %2 to %3 differ (block %4 of %5)")
+                     .arg(lapName)
+                     .arg(speed->size() * block / ImportDetails::Blocks)
+                     .arg(speed->size() * (block + 1) / ImportDetails::Blocks - 1)
+                     .arg(block + 1)
+                     .arg(ImportDetails::Blocks);
+    } else if (change == QLatin1String("message")) {
+        const QString before = import.messages.first().first;
+        import.messages.first().first += QLatin1String(" altered");
+        report = QStringLiteral("message 0: expected \"%1 %2\", got \"%1 %2 altered\"")
+                     .arg(import.messages.first().second)
+                     .arg(before);
+    } else {
+        import.laps.removeLast();
+        report
+            = QStringLiteral("laps: expected \"%1\", got \"%2\"").arg(lapCount).arg(lapCount - 1);
+    }
+    QCOMPARE(detailsOf(import).firstDifference(QStringLiteral("practice"), expected),
+             QStringLiteral("practice: ") + report);
 }
 
 QTEST_GUILESS_MAIN(tst_ImportDigest)
