@@ -1,0 +1,119 @@
+#include "libraryqueries.h"
+
+#include "library.h"
+
+#include <QSqlQuery>
+#include <QSqlRecord>
+
+using Kind = RowOutput::Kind;
+
+namespace {
+
+// The columns of one lap, as the SELECT lists below give them.
+QList<RowOutput::Column> lapColumns()
+{
+    return {
+        {QStringLiteral("id"), QStringLiteral("Id"), Kind::Integer},
+        {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
+        {QStringLiteral("trackName"), QStringLiteral("Track"), Kind::Text},
+        {QStringLiteral("trackConfigName"), QStringLiteral("Configuration"), Kind::Text},
+        {QStringLiteral("carName"), QStringLiteral("Car"), Kind::Text},
+        {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
+        {QStringLiteral("sessionName"), QStringLiteral("Session"), Kind::Text},
+        {QStringLiteral("lapNumber"), QStringLiteral("Lap"), Kind::Integer},
+        {QStringLiteral("stint"), QStringLiteral("Stint"), Kind::Integer},
+        {QStringLiteral("lapInStint"), QStringLiteral("In stint"), Kind::Integer},
+        {QStringLiteral("completed"), QStringLiteral("Completed"), Kind::Boolean},
+        {QStringLiteral("timed"), QStringLiteral("Timed"), Kind::Boolean},
+        {QStringLiteral("lapTimeSeconds"), QStringLiteral("Time"), Kind::Seconds},
+        {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
+    };
+}
+
+const QString lapSelect = QStringLiteral(
+    "SELECT l.id, f.recording_start, f.track_name, f.track_config, f.car_name, f.driver_name, "
+    "f.session_kind, l.lap_number, l.stint, l.lap_in_stint, l.completed, l.timed, l.lap_time, "
+    "f.path");
+
+} // namespace
+
+LibraryQueries::LibraryQueries(Library &library)
+    : m_library(library)
+{ }
+
+std::optional<RowOutput> LibraryQueries::rows(QList<RowOutput::Column> columns, const QString &sql,
+                                              const QVariantList &values)
+{
+    QSqlQuery query(m_library.database());
+    query.setForwardOnly(true);
+    if (!m_library.run(query, sql, values))
+        return std::nullopt;
+    RowOutput output(columns);
+    const int count = int(columns.size());
+    while (query.next()) {
+        QVariantList row;
+        row.reserve(count);
+        for (int i = 0; i < count; ++i)
+            row.append(query.value(i));
+        output.addRow(std::move(row));
+    }
+    return output;
+}
+
+std::optional<RowOutput> LibraryQueries::sessions(const LapFilter &filter)
+{
+    QVariantList values;
+    const QString sql
+        = QStringLiteral(
+              "SELECT f.id, f.recording_start, f.track_name, f.track_config, f.car_name, "
+              "f.driver_name, f.session_kind, COUNT(l.id), "
+              "COALESCE(SUM(CASE WHEN l.timed = 1 THEN 1 ELSE 0 END), 0), "
+              "MIN(CASE WHEN l.timed = 1 THEN l.lap_time END), f.path "
+              "FROM files f LEFT JOIN laps l ON l.file_id = f.id WHERE f.failure = ''%1 "
+              "GROUP BY f.id ORDER BY f.recording_start, f.path")
+              .arg(filter.conditions(&values, false));
+    return rows(
+        {
+            {QStringLiteral("sessionId"), QStringLiteral("Id"), Kind::Integer},
+            {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
+            {QStringLiteral("trackName"), QStringLiteral("Track"), Kind::Text},
+            {QStringLiteral("trackConfigName"), QStringLiteral("Configuration"), Kind::Text},
+            {QStringLiteral("carName"), QStringLiteral("Car"), Kind::Text},
+            {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
+            {QStringLiteral("sessionName"), QStringLiteral("Session"), Kind::Text},
+            {QStringLiteral("laps"), QStringLiteral("Laps"), Kind::Integer},
+            {QStringLiteral("timedLaps"), QStringLiteral("Timed"), Kind::Integer},
+            {QStringLiteral("bestLapTimeSeconds"), QStringLiteral("Best"), Kind::Seconds},
+            {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
+        },
+        sql, values);
+}
+
+std::optional<RowOutput> LibraryQueries::laps(const LapFilter &filter, LapOrder order)
+{
+    QVariantList values;
+    // Untimed laps after the timed ones on both engines, which order nulls differently.
+    const QString orderBy = order == LapOrder::Time
+        ? QStringLiteral("CASE WHEN l.lap_time IS NULL THEN 1 ELSE 0 END, l.lap_time, "
+                         "f.recording_start, l.id")
+        : QStringLiteral("f.recording_start, f.path, l.lap_number, l.id");
+    const QString sql = lapSelect
+        + QStringLiteral(" FROM laps l JOIN files f ON f.id = l.file_id WHERE 1 = 1%1 ORDER BY %2")
+              .arg(filter.conditions(&values, true), orderBy);
+    return rows(lapColumns(), sql, values);
+}
+
+std::optional<RowOutput> LibraryQueries::best(const LapFilter &filter)
+{
+    QVariantList values;
+    // The first of the timed laps of each track, configuration, car and driver by time; of
+    // equal times the one driven first.
+    const QString sql
+        = QStringLiteral(
+              "SELECT * FROM (%1, ROW_NUMBER() OVER (PARTITION BY f.track_name, f.track_config, "
+              "f.car_name, f.driver_name ORDER BY l.lap_time, f.recording_start, l.id) AS place "
+              "FROM laps l JOIN files f ON f.id = l.file_id WHERE l.timed = 1%2) ranked "
+              "WHERE place = 1 ORDER BY 3, 4, 5, 13, 6")
+              .arg(lapSelect, filter.conditions(&values, false));
+    return rows(lapColumns(), sql, values);
+}

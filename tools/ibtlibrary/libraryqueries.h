@@ -1,0 +1,30 @@
+#pragma once
+
+#include "lapfilter.h"
+#include "rowoutput.h"
+
+#include <optional>
+
+class Library;
+
+// The library's answers to the listing commands, as rows to print. They read the lap index
+// only, never a trace.
+class LibraryQueries
+{
+public:
+    enum class LapOrder { Date, Time };
+
+    explicit LibraryQueries(Library &library);
+
+    // Null with the library's errorString() set when a query fails.
+    std::optional<RowOutput> sessions(const LapFilter &filter);
+    std::optional<RowOutput> laps(const LapFilter &filter, LapOrder order);
+    // The best timed lap per track, configuration, car and driver.
+    std::optional<RowOutput> best(const LapFilter &filter);
+
+private:
+    std::optional<RowOutput> rows(QList<RowOutput::Column> columns, const QString &sql,
+                                  const QVariantList &values);
+
+    Library &m_library;
+};

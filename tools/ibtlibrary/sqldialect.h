@@ -1,0 +1,32 @@
+#pragma once
+
+#include "databaseaddress.h"
+
+#include <QString>
+#include <QStringList>
+
+// Where SQLite and PostgreSQL differ for the library: the Qt driver and how it is set up, the
+// type of a generated key and of raw bytes, and how a database lists its tables. Every other
+// statement is the same text on both engines.
+class SqlDialect
+{
+public:
+    explicit SqlDialect(DatabaseAddress::Engine engine);
+
+    QString driverName() const;
+    // The driver's connection options for the address.
+    QString connectOptions(const DatabaseAddress &address) const;
+    // Run once per connection before anything else is written.
+    QStringList sessionSetup() const;
+
+    // A table's own generated key, "id ...".
+    QString keyColumn() const;
+    QString bytesType() const;
+    // A query for the names of the tables of the database (or of the current schema).
+    QString tablesQuery() const;
+
+    bool isSQLite() const { return m_engine == DatabaseAddress::Engine::SQLite; }
+
+private:
+    DatabaseAddress::Engine m_engine;
+};
