@@ -1,0 +1,96 @@
+#include "addcommand.h"
+#include "commandline.h"
+#include "databaseaddress.h"
+#include "library.h"
+#include "libraryqueries.h"
+#include "pluginhost.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QTextStream>
+
+#include <cstdio>
+#ifdef Q_OS_WIN
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace {
+
+QString defaultPluginPath()
+{
+    // Laid out as in the build folder: the tool in bin/, the plug-in in plugins/.
+    return QDir(QCoreApplication::applicationDirPath())
+        .absoluteFilePath(QStringLiteral("../plugins/") + QStringLiteral(ZUM_PLUGIN_FILE_NAME));
+}
+
+bool standardErrorIsTerminal()
+{
+#ifdef Q_OS_WIN
+    return _isatty(_fileno(stderr));
+#else
+    return isatty(fileno(stderr));
+#endif
+}
+
+int list(Library &library, const CommandLine &commandLine)
+{
+    LibraryQueries queries(library);
+    std::optional<RowOutput> rows;
+    if (commandLine.command == u"sessions")
+        rows = queries.sessions(commandLine.filter);
+    else if (commandLine.command == u"laps")
+        rows = queries.laps(commandLine.filter,
+                            commandLine.sortByTime ? LibraryQueries::LapOrder::Time
+                                                   : LibraryQueries::LapOrder::Date);
+    else
+        rows = queries.best(commandLine.filter);
+    if (!rows) {
+        QTextStream(stderr) << "error: " << library.errorString() << Qt::endl;
+        return 1;
+    }
+    QTextStream out(stdout);
+    out.setEncoding(QStringConverter::Utf8);
+    rows->write(out, commandLine.format);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("ibt-library"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(ZUM_VERSION));
+
+    CommandLine commandLine;
+    int status = 0;
+    if (commandLine.parse(QCoreApplication::arguments(), &status) == CommandLine::Parse::Exit)
+        return status;
+
+    QTextStream err(stderr);
+    QString error;
+    const std::optional<DatabaseAddress> address
+        = DatabaseAddress::resolve(commandLine.database, &error);
+    if (!address) {
+        err << "error: " << error << Qt::endl;
+        return 2;
+    }
+    const bool add = commandLine.command == u"add";
+    Library library(*address);
+    if (!library.open(add ? Library::Access::Write : Library::Access::Read)) {
+        err << "error: " << library.errorString() << Qt::endl;
+        return 1;
+    }
+    if (!add)
+        return list(library, commandLine);
+
+    PluginHost host(commandLine.pluginPath.isEmpty() ? defaultPluginPath()
+                                                     : commandLine.pluginPath);
+    if (!host.load()) {
+        err << "error: " << host.errorString() << Qt::endl;
+        return 1;
+    }
+    return AddCommand(library, host, err, standardErrorIsTerminal()).exec(commandLine.paths);
+}
