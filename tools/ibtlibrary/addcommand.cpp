@@ -1,9 +1,10 @@
 #include "addcommand.h"
 
 #include "importedfile.h"
+#include "importworker.h"
 #include "laptime.h"
-#include "pluginhost.h"
 
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
@@ -33,11 +34,10 @@ QString absolutePath(const QFileInfo &file)
 
 } // namespace
 
-AddCommand::AddCommand(Library &library, PluginHost &host, QTextStream &err, bool terminal)
+AddCommand::AddCommand(Library &library, const Settings &settings, QTextStream &err)
     : m_library(library)
-    , m_host(host)
+    , m_settings(settings)
     , m_err(err)
-    , m_terminal(terminal)
 { }
 
 QStringList AddCommand::collect(const QStringList &paths)
@@ -77,11 +77,21 @@ int AddCommand::exec(const QStringList &paths)
     }
 
     const QStringList files = collect(paths);
-    for (qsizetype i = 0; i < files.size(); ++i) {
-        add(files[i]);
-        progress(i + 1, files.size());
+    QList<ImportWorkers::Job> jobs;
+    qsizetype done = 0;
+    for (const QString &file : files) {
+        if (std::optional<ImportWorkers::Job> job = check(file))
+            jobs.append(std::move(*job));
+        else
+            progress(++done, files.size());
     }
-    if (m_terminal && !files.isEmpty())
+    ImportWorkers workers(QCoreApplication::applicationFilePath(),
+                          {ImportWorker::argument(), m_settings.pluginPath}, m_settings.jobs);
+    workers.run(jobs, [&](const StoredFile &file) {
+        store(file);
+        progress(++done, files.size());
+    });
+    if (m_settings.terminal && !files.isEmpty())
         m_err << '\n';
     m_err << QStringLiteral("%1 of %2 files imported (%3 laps), %4 unchanged, %5 failed")
                  .arg(m_imported)
@@ -96,7 +106,7 @@ int AddCommand::exec(const QStringList &paths)
     return m_failures.isEmpty() ? 0 : 1;
 }
 
-void AddCommand::add(const QString &path)
+std::optional<ImportWorkers::Job> AddCommand::check(const QString &path)
 {
     const QFileInfo info(path);
     const QDateTime modified = info.lastModified().toUTC();
@@ -107,7 +117,7 @@ void AddCommand::add(const QString &path)
         if (!byPath->failure.isEmpty())
             m_failures.append(QStringLiteral("%1: %2 (unchanged since it failed)")
                                   .arg(QDir::toNativeSeparators(path), byPath->failure));
-        return;
+        return std::nullopt;
     }
 
     QString error;
@@ -115,7 +125,7 @@ void AddCommand::add(const QString &path)
     if (!hash) {
         m_failures.append(
             QStringLiteral("%1: cannot be read: %2").arg(QDir::toNativeSeparators(path), error));
-        return;
+        return std::nullopt;
     }
     const auto byHash = m_byHash.constFind(*hash);
     if (byHash != m_byHash.cend()) {
@@ -123,31 +133,28 @@ void AddCommand::add(const QString &path)
         // beside a file that is still there is not stored twice.
         if (byHash->path != path && QFileInfo::exists(byHash->path)) {
             ++m_unchanged;
-            if (!m_terminal)
+            if (!m_settings.terminal)
                 m_err << QStringLiteral(
                              "note: %1 is the same as %2, which is already in the library")
                              .arg(QDir::toNativeSeparators(path),
                                   QDir::toNativeSeparators(byHash->path))
                       << Qt::endl;
-            return;
+            return std::nullopt;
         }
         if (!m_library.updateIdentity(byHash->id, path, info.size(), modified)) {
             m_failures.append(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path),
                                                            m_library.errorString()));
-            return;
+            return std::nullopt;
         }
         ++m_unchanged;
-        return;
+        return std::nullopt;
     }
-    import(path, *hash);
+    return ImportWorkers::Job {path, *hash};
 }
 
-void AddCommand::import(const QString &path, const QString &hash)
+void AddCommand::store(const StoredFile &stored)
 {
-    const RecordingInfo recording = RecordingInfo::read(path);
-    ImportResult result = m_host.importFile(path);
-    result.recording = recording;
-    const StoredFile stored = ImportedFile::from(result, QFileInfo(path), hash);
+    const QString path = stored.path;
     if (!m_library.store(stored)) {
         m_failures.append(
             QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), m_library.errorString()));
@@ -160,7 +167,7 @@ void AddCommand::import(const QString &path, const QString &hash)
     }
     ++m_imported;
     m_laps += stored.laps.size();
-    if (!m_terminal)
+    if (!m_settings.terminal)
         m_err << QStringLiteral("added %1: %2 laps")
                      .arg(QDir::toNativeSeparators(path))
                      .arg(stored.laps.size())
@@ -169,7 +176,7 @@ void AddCommand::import(const QString &path, const QString &hash)
 
 void AddCommand::progress(qsizetype done, qsizetype total)
 {
-    if (!m_terminal)
+    if (!m_settings.terminal)
         return;
     constexpr int Width = 30;
     const int filled = int(Width * done / std::max<qsizetype>(total, 1));

@@ -6,7 +6,8 @@
 #include <QHash>
 #include <QStringList>
 
-class PluginHost;
+#include "importworkers.h"
+
 class QTextStream;
 
 // ibt-library add: finds the .ibt files under the paths given, imports those that are new or
@@ -14,25 +15,32 @@ class QTextStream;
 // unchanged file (same path, size and modification time) is not read again; a suspected
 // change is confirmed by the contents' hash, which also recognises a moved file. A file that
 // cannot be imported is stored with the reasons, listed at the end, and does not stop the
-// others.
+// others. The imports run in worker processes side by side, one per core by default.
 class AddCommand
 {
 public:
-    AddCommand(Library &library, PluginHost &host, QTextStream &err, bool terminal);
+    struct Settings
+    {
+        QString pluginPath;
+        int jobs = 1; // worker processes
+        bool terminal = false; // a progress bar rather than a line per file
+    };
+
+    AddCommand(Library &library, const Settings &settings, QTextStream &err);
 
     // The exit status: 0, or 1 when a file failed or could not be stored.
     int exec(const QStringList &paths);
 
 private:
     QStringList collect(const QStringList &paths);
-    void add(const QString &path);
-    void import(const QString &path, const QString &hash);
+    // Settles a file that needs no import; else the job that imports it.
+    std::optional<ImportWorkers::Job> check(const QString &path);
+    void store(const StoredFile &file);
     void progress(qsizetype done, qsizetype total);
 
     Library &m_library;
-    PluginHost &m_host;
+    Settings m_settings;
     QTextStream &m_err;
-    bool m_terminal;
     QHash<QString, Library::KnownFile> m_byPath;
     QHash<QString, Library::KnownFile> m_byHash;
     QStringList m_failures; // "path: reason"

@@ -126,6 +126,9 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
     const QCommandLineOption csv(QStringLiteral("csv"),
                                  QStringLiteral("CSV on standard output instead of the table."));
     if (command == u"add") {
+        parser.addOption({QStringLiteral("jobs"),
+                          QStringLiteral("Import N files at a time (default: one per core)."),
+                          QStringLiteral("N")});
         parser.addOption(
             {QStringLiteral("plugin"),
              QStringLiteral(
@@ -153,6 +156,14 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
         if (paths.isEmpty())
             return usageError(QStringLiteral("add needs the files or folders to add"));
         pluginPath = parser.value(QStringLiteral("plugin"));
+        if (parser.isSet(QStringLiteral("jobs"))) {
+            bool ok = false;
+            jobs = parser.value(QStringLiteral("jobs")).toInt(&ok);
+            if (!ok || jobs < 1)
+                return usageError(
+                    QStringLiteral("--jobs: \"%1\" is not a number of files from 1 on")
+                        .arg(parser.value(QStringLiteral("jobs"))));
+        }
         return Parse::Run;
     }
     if (paths.size() > 0)

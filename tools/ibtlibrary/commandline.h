@@ -16,6 +16,7 @@ struct CommandLine
     QString database; // the --db value; empty for IBT_LIBRARY or the default file
     QStringList paths; // add
     QString pluginPath; // add --plugin; empty for the one beside the tool
+    int jobs = 0; // add --jobs; 0: one per core
     LapFilter filter;
     bool sortByTime = false; // laps --sort time
     RowOutput::Format format = RowOutput::Format::Table;

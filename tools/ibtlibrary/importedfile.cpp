@@ -74,16 +74,30 @@ StoredLap storedLap(const Lap &lap, std::optional<double> trackLength,
     return stored;
 }
 
-} // namespace
-
-StoredFile ImportedFile::from(const ImportResult &result, const QFileInfo &file,
-                              const QString &hash)
+// The file on disk as the library tells it from others.
+StoredFile identity(const QFileInfo &file, const QString &hash)
 {
     StoredFile stored;
     stored.path = QDir::fromNativeSeparators(file.absoluteFilePath());
     stored.size = file.size();
     stored.modified = file.lastModified().toUTC();
     stored.hash = hash;
+    return stored;
+}
+
+} // namespace
+
+StoredFile ImportedFile::failed(const QFileInfo &file, const QString &hash, const QString &reason)
+{
+    StoredFile stored = identity(file, hash);
+    stored.failure = reason;
+    return stored;
+}
+
+StoredFile ImportedFile::from(const ImportResult &result, const QFileInfo &file,
+                              const QString &hash)
+{
+    StoredFile stored = identity(file, hash);
     stored.recordingStart = result.recording.start().toUTC();
     stored.messages = messagesText(result.messages);
 

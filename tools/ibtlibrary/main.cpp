@@ -1,6 +1,7 @@
 #include "addcommand.h"
 #include "commandline.h"
 #include "databaseaddress.h"
+#include "importworker.h"
 #include "library.h"
 #include "libraryqueries.h"
 #include "pluginhost.h"
@@ -8,6 +9,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QTextStream>
+#include <QThread>
 
 #include <cstdio>
 #ifdef Q_OS_WIN
@@ -63,6 +65,9 @@ int main(int argc, char *argv[])
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ibt-library"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZUM_VERSION));
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.size() == 3 && arguments[1] == ImportWorker::argument())
+        return ImportWorker::run(arguments[2]);
 
     CommandLine commandLine;
     int status = 0;
@@ -86,11 +91,17 @@ int main(int argc, char *argv[])
     if (!add)
         return list(library, commandLine);
 
-    PluginHost host(commandLine.pluginPath.isEmpty() ? defaultPluginPath()
-                                                     : commandLine.pluginPath);
+    // The plug-in is loaded here once, before any worker starts, for a clear message when it
+    // cannot be.
+    const QString pluginPath
+        = commandLine.pluginPath.isEmpty() ? defaultPluginPath() : commandLine.pluginPath;
+    PluginHost host(pluginPath);
     if (!host.load()) {
         err << "error: " << host.errorString() << Qt::endl;
         return 1;
     }
-    return AddCommand(library, host, err, standardErrorIsTerminal()).exec(commandLine.paths);
+    const AddCommand::Settings settings {
+        pluginPath, commandLine.jobs > 0 ? commandLine.jobs : QThread::idealThreadCount(),
+        standardErrorIsTerminal()};
+    return AddCommand(library, settings, err).exec(commandLine.paths);
 }

@@ -50,3 +50,9 @@ struct StoredFile
 
     QList<StoredLap> laps;
 };
+
+class QDataStream;
+
+// How a worker process hands a stored file to the tool that started it.
+QDataStream &operator<<(QDataStream &stream, const StoredFile &file);
+QDataStream &operator>>(QDataStream &stream, StoredFile &file);
