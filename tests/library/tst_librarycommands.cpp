@@ -3,6 +3,7 @@
 // filters, and how a library is kept up to date as files change, move or break.
 
 #include "databaseaddress.h"
+#include "ideallap.h"
 #include "lapchannels.h"
 #include "laptime.h"
 #include "laptrace.h"
@@ -113,6 +114,9 @@ private slots:
     void foreignDatabaseRefused();
     void passwordInUrlRefused();
     void notADatabaseRefused();
+    void progressPerSession();
+    void checkFindsChangedAndVanished();
+    void removeFilesAndFolders();
 
 private:
     // A fresh library with the folder added.
@@ -124,6 +128,7 @@ private:
     QStringList m_files; // the importable ones
     QString m_broken;
     QList<ExpectedLap> m_laps;
+    QMap<QString, std::optional<double>> m_idealLaps; // by file, over the track's own sectors
 };
 
 QList<ExpectedLap> TestLibraryCommands::expectedFor(const QString &path)
@@ -135,6 +140,10 @@ QList<ExpectedLap> TestLibraryCommands::expectedFor(const QString &path)
     const ImportResult result = host.importFile(path);
     const RecordingInfo recording = RecordingInfo::read(path);
     const std::optional<double> trackLength = LapChannels::trackLength(result.laps);
+    const std::optional<IdealLap> ideal
+        = IdealLap::of(result.laps, trackLength, recording.sectorStarts());
+    m_idealLaps[QFileInfo(path).absoluteFilePath()]
+        = ideal ? std::optional<double>(ideal->time()) : std::nullopt;
     QList<ExpectedLap> laps;
     for (const auto &lap : result.laps) {
         const ZUM::SDK::LapHeader &header = lap->header();
@@ -639,6 +648,117 @@ void TestLibraryCommands::notADatabaseRefused()
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), text);
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList {QStringLiteral("notes.sqlite")});
+}
+
+void TestLibraryCommands::progressPerSession()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(addFolder(library));
+    const ExpectedLap &first = m_laps.first();
+    const QJsonArray rows
+        = jsonRows(run({QStringLiteral("progress"), QStringLiteral("--track"), first.trackName,
+                        QStringLiteral("--car"), first.carName, QStringLiteral("--json"),
+                        QStringLiteral("--db"), library.address()}));
+    QStringList files;
+    for (const ExpectedLap &lap : std::as_const(m_laps)) {
+        if (lap.trackName == first.trackName && lap.timed && !files.contains(lap.file))
+            files.append(lap.file);
+    }
+    QCOMPARE(rows.size(), files.size());
+    QString previous;
+    for (const QJsonValue &value : rows) {
+        const QJsonObject row = value.toObject();
+        const QString file = row[u"file"].toString();
+        QVERIFY(previous <= row[u"recordingStart"].toString());
+        previous = row[u"recordingStart"].toString();
+        QList<double> times;
+        for (const ExpectedLap &lap : std::as_const(m_laps)) {
+            if (lap.file == file && lap.timed)
+                times.append(*lap.lapTime);
+        }
+        QVERIFY2(!times.isEmpty(), qPrintable(file));
+        double sum = 0.0;
+        for (const double time : times)
+            sum += time;
+        QCOMPARE(row[u"timedLaps"].toInt(), times.size());
+        QCOMPARE(row[u"bestLapTimeSeconds"].toDouble(),
+                 *std::min_element(times.begin(), times.end()));
+        QVERIFY(std::abs(row[u"averageLapTimeSeconds"].toDouble() - sum / double(times.size()))
+                < 1e-9);
+        const std::optional<double> ideal = m_idealLaps.value(file);
+        QVERIFY2(ideal, qPrintable(file));
+        QVERIFY(std::abs(row[u"idealLapTimeSeconds"].toDouble() - *ideal) < 1e-9);
+    }
+
+    const TestLibrary::Run withoutCar
+        = run({QStringLiteral("progress"), QStringLiteral("--track"), first.trackName,
+               QStringLiteral("--db"), library.address()});
+    QCOMPARE(withoutCar.exitCode, 2);
+    QVERIFY(withoutCar.err.contains("progress needs --track and --car"));
+}
+
+void TestLibraryCommands::checkFindsChangedAndVanished()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(library.isReady());
+    QTemporaryDir dir;
+    QStringList copies;
+    for (qsizetype i = 0; i < m_files.size(); ++i) {
+        copies.append(dir.filePath(QStringLiteral("copy %1 ü;'.ibt").arg(i)));
+        QVERIFY(QFile::copy(m_files[i], copies.last()));
+    }
+    QCOMPARE(run({QStringLiteral("add"), dir.path(), QStringLiteral("--db"), library.address()})
+                 .exitCode,
+             0);
+    QCOMPARE(jsonRows(run({QStringLiteral("check"), QStringLiteral("--json"),
+                           QStringLiteral("--db"), library.address()}))
+                 .size(),
+             0);
+
+    QFile touched(copies[0]);
+    QVERIFY(touched.open(QIODevice::ReadWrite));
+    QVERIFY(touched.setFileTime(QDateTime::currentDateTimeUtc().addDays(1),
+                                QFileDevice::FileModificationTime));
+    touched.close();
+    QFile changed(copies[1]);
+    QVERIFY(changed.open(QIODevice::Append));
+    changed.write("more");
+    changed.close();
+    QVERIFY(QFile::remove(copies[2]));
+
+    const QJsonArray rows = jsonRows(run({QStringLiteral("check"), QStringLiteral("--json"),
+                                          QStringLiteral("--db"), library.address()}));
+    QMap<QString, QString> status;
+    for (const QJsonValue &value : rows)
+        status[value.toObject()[u"file"].toString()] = value.toObject()[u"status"].toString();
+    const QMap<QString, QString> expected {{copies[0], QStringLiteral("touched")},
+                                           {copies[1], QStringLiteral("changed")},
+                                           {copies[2], QStringLiteral("vanished")}};
+    QCOMPARE(status, expected);
+}
+
+void TestLibraryCommands::removeFilesAndFolders()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(addFolder(library));
+    const QString subFolder = folder() + QStringLiteral("/sub dir");
+    const TestLibrary::Run removed = run({QStringLiteral("remove"), subFolder, m_files.first(),
+                                          QStringLiteral("--db"), library.address()});
+    QCOMPARE(removed.exitCode, 0);
+    QVERIFY2(removed.err.contains("removed 3 files from the library"), removed.err.constData());
+    const QJsonArray laps = jsonRows(run({QStringLiteral("laps"), QStringLiteral("--json"),
+                                          QStringLiteral("--db"), library.address()}));
+    const qsizetype left = std::count_if(m_laps.begin(), m_laps.end(), [&](const ExpectedLap &lap) {
+        return !lap.file.startsWith(subFolder) && lap.file != m_files.first();
+    });
+    QCOMPARE(laps.size(), left);
+    for (const QJsonValue &value : laps)
+        QVERIFY(!value.toObject()[u"file"].toString().startsWith(subFolder));
+
+    const TestLibrary::Run unknown
+        = run({QStringLiteral("remove"), subFolder, QStringLiteral("--db"), library.address()});
+    QCOMPARE(unknown.exitCode, 1);
+    QVERIFY(unknown.err.contains("no file of the library is there"));
 }
 
 QTEST_GUILESS_MAIN(TestLibraryCommands)

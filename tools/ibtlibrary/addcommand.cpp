@@ -1,11 +1,11 @@
 #include "addcommand.h"
 
+#include "filehash.h"
 #include "importedfile.h"
 #include "importworker.h"
 #include "laptime.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -15,17 +15,6 @@
 #include <algorithm>
 
 namespace {
-
-std::optional<QString> contentsHash(const QString &path, QString *error)
-{
-    QFile file(path);
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file)) {
-        *error = file.errorString();
-        return std::nullopt;
-    }
-    return QString::fromLatin1(hash.result().toHex());
-}
 
 QString absolutePath(const QFileInfo &file)
 {
@@ -121,7 +110,7 @@ std::optional<ImportWorkers::Job> AddCommand::check(const QString &path)
     }
 
     QString error;
-    const std::optional<QString> hash = contentsHash(path, &error);
+    const std::optional<QString> hash = FileHash::sha256(path, &error);
     if (!hash) {
         m_failures.append(
             QStringLiteral("%1: cannot be read: %2").arg(QDir::toNativeSeparators(path), error));

@@ -10,8 +10,10 @@
 
 namespace {
 
-const QStringList commands {QStringLiteral("add"), QStringLiteral("sessions"),
-                            QStringLiteral("laps"), QStringLiteral("best")};
+const QStringList commands {QStringLiteral("add"),      QStringLiteral("sessions"),
+                            QStringLiteral("laps"),     QStringLiteral("best"),
+                            QStringLiteral("progress"), QStringLiteral("check"),
+                            QStringLiteral("remove")};
 
 QString overview()
 {
@@ -23,7 +25,10 @@ QString overview()
                "only)\n"
                "  sessions     one row per file\n"
                "  laps         one row per lap\n"
-               "  best         the best lap per track, configuration, car and driver\n\n"
+               "  best         the best lap per track, configuration, car and driver\n"
+               "  progress     per session at a track in a car: best, average and ideal lap\n"
+               "  check        files that changed or vanished since they were added\n"
+               "  remove PATH...  take files, or the files under folders, out of the library\n\n"
                "Run ibt-library COMMAND --help for a command's options.\n\n"
                "The library is the file or server given with --db FILE or --db "
                "postgresql://user@host:port/dbname, else the one in IBT_LIBRARY, else %1. A "
@@ -137,6 +142,12 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
         parser.addPositionalArgument(
             QStringLiteral("PATH"), QStringLiteral(".ibt files and folders, searched recursively."),
             QStringLiteral("PATH..."));
+    } else if (command == u"remove") {
+        parser.addPositionalArgument(QStringLiteral("PATH"),
+                                     QStringLiteral("Stored files, or folders of them."),
+                                     QStringLiteral("PATH..."));
+    } else if (command == u"check") {
+        parser.addOptions({json, csv});
     } else {
         parser.addOptions({track, car, driver, kind, since, until, json, csv});
         if (command == u"laps")
@@ -166,9 +177,23 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
         }
         return Parse::Run;
     }
+    if (command == u"remove") {
+        if (paths.isEmpty())
+            return usageError(QStringLiteral("remove needs the files or folders to remove"));
+        return Parse::Run;
+    }
     if (paths.size() > 0)
         return usageError(QStringLiteral("%1 takes no arguments, only options: %2")
                               .arg(command, paths.join(u' ')));
+    if (command == u"progress" && (!parser.isSet(track) || !parser.isSet(car)))
+        return usageError(QStringLiteral("progress needs --track and --car"));
+    if (parser.isSet(json) && parser.isSet(csv))
+        return usageError(QStringLiteral("--json and --csv cannot be given together"));
+    format = parser.isSet(json) ? RowOutput::Format::Json
+        : parser.isSet(csv)     ? RowOutput::Format::Csv
+                                : RowOutput::Format::Table;
+    if (command == u"check")
+        return Parse::Run;
     filter.track = parser.value(track);
     filter.car = parser.value(car);
     filter.driver = parser.value(driver);
@@ -185,10 +210,5 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
             return usageError(QStringLiteral("--sort: \"%1\" is neither time nor date").arg(order));
         sortByTime = order == u"time";
     }
-    if (parser.isSet(json) && parser.isSet(csv))
-        return usageError(QStringLiteral("--json and --csv cannot be given together"));
-    format = parser.isSet(json) ? RowOutput::Format::Json
-        : parser.isSet(csv)     ? RowOutput::Format::Csv
-                                : RowOutput::Format::Table;
     return Parse::Run;
 }

@@ -311,8 +311,17 @@ bool Library::updateIdentity(qint64 id, const QString &path, qint64 size, const 
                {path, size, modified.toMSecsSinceEpoch(), id});
 }
 
-bool Library::remove(qint64 id)
+bool Library::remove(const QList<qint64> &ids)
 {
-    QSqlQuery query(database());
-    return run(query, QStringLiteral("DELETE FROM files WHERE id = ?"), {id});
+    QSqlDatabase db = database();
+    if (!db.transaction())
+        return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
+    QSqlQuery query(db);
+    for (const qint64 id : ids) {
+        if (!run(query, QStringLiteral("DELETE FROM files WHERE id = ?"), {id}))
+            return rollback({});
+    }
+    if (!db.commit())
+        return fail(QStringLiteral("cannot commit"), errorText(db.lastError()));
+    return true;
 }

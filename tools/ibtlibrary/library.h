@@ -51,7 +51,8 @@ public:
     bool store(const StoredFile &file);
     // The same contents seen under another path or with another time stamp.
     bool updateIdentity(qint64 id, const QString &path, qint64 size, const QDateTime &modified);
-    bool remove(qint64 id);
+    // Removes the files with their laps, all or none.
+    bool remove(const QList<qint64> &ids);
 
     // Prepares and runs one statement with its bound values; false with errorString() set.
     bool run(QSqlQuery &query, const QString &sql, const QVariantList &values = {});

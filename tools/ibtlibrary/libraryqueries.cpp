@@ -117,3 +117,41 @@ std::optional<RowOutput> LibraryQueries::best(const LapFilter &filter)
               .arg(lapSelect, filter.conditions(&values, false));
     return rows(lapColumns(), sql, values);
 }
+
+std::optional<RowOutput> LibraryQueries::progress(const LapFilter &filter)
+{
+    QVariantList values;
+    const QString conditions = filter.conditions(&values, false);
+    values += values;
+    // The ideal lap from the sector times of the session's timed laps; a lap that did not
+    // drive the whole track has none, one that did has every sector.
+    const QString sql
+        = QStringLiteral(
+              "SELECT f.id, f.recording_start, f.track_name, f.track_config, f.car_name, "
+              "f.driver_name, f.session_kind, COUNT(l.id), MIN(l.lap_time), AVG(l.lap_time), "
+              "MIN(ideal.seconds), f.path "
+              "FROM files f JOIN laps l ON l.file_id = f.id "
+              "LEFT JOIN (SELECT file_id, SUM(seconds) AS seconds FROM "
+              "(SELECT l.file_id, s.sector, MIN(s.seconds) AS seconds FROM sectors s "
+              "JOIN laps l ON l.id = s.lap_id JOIN files f ON f.id = l.file_id "
+              "WHERE l.timed = 1%1 GROUP BY l.file_id, s.sector) fastest GROUP BY file_id) ideal "
+              "ON ideal.file_id = f.id "
+              "WHERE l.timed = 1%1 GROUP BY f.id ORDER BY f.recording_start, f.path")
+              .arg(conditions);
+    return rows(
+        {
+            {QStringLiteral("sessionId"), QStringLiteral("Id"), Kind::Integer},
+            {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
+            {QStringLiteral("trackName"), QStringLiteral("Track"), Kind::Text},
+            {QStringLiteral("trackConfigName"), QStringLiteral("Configuration"), Kind::Text},
+            {QStringLiteral("carName"), QStringLiteral("Car"), Kind::Text},
+            {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
+            {QStringLiteral("sessionName"), QStringLiteral("Session"), Kind::Text},
+            {QStringLiteral("timedLaps"), QStringLiteral("Timed"), Kind::Integer},
+            {QStringLiteral("bestLapTimeSeconds"), QStringLiteral("Best"), Kind::Seconds},
+            {QStringLiteral("averageLapTimeSeconds"), QStringLiteral("Average"), Kind::Seconds},
+            {QStringLiteral("idealLapTimeSeconds"), QStringLiteral("Ideal"), Kind::Seconds},
+            {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
+        },
+        sql, values);
+}

@@ -21,6 +21,9 @@ public:
     std::optional<RowOutput> laps(const LapFilter &filter, LapOrder order);
     // The best timed lap per track, configuration, car and driver.
     std::optional<RowOutput> best(const LapFilter &filter);
+    // Per session in date order: its best and average timed lap, and its ideal lap, the
+    // fastest time through each of the track's sectors that any of its laps drove, added up.
+    std::optional<RowOutput> progress(const LapFilter &filter);
 
 private:
     std::optional<RowOutput> rows(QList<RowOutput::Column> columns, const QString &sql,

@@ -3,6 +3,7 @@
 #include "databaseaddress.h"
 #include "importworker.h"
 #include "library.h"
+#include "libraryfiles.h"
 #include "libraryqueries.h"
 #include "pluginhost.h"
 
@@ -46,8 +47,12 @@ int list(Library &library, const CommandLine &commandLine)
         rows = queries.laps(commandLine.filter,
                             commandLine.sortByTime ? LibraryQueries::LapOrder::Time
                                                    : LibraryQueries::LapOrder::Date);
-    else
+    else if (commandLine.command == u"best")
         rows = queries.best(commandLine.filter);
+    else if (commandLine.command == u"progress")
+        rows = queries.progress(commandLine.filter);
+    else
+        rows = LibraryFiles(library).check();
     if (!rows) {
         QTextStream(stderr) << "error: " << library.errorString() << Qt::endl;
         return 1;
@@ -56,6 +61,24 @@ int list(Library &library, const CommandLine &commandLine)
     out.setEncoding(QStringConverter::Utf8);
     rows->write(out, commandLine.format);
     return 0;
+}
+
+int removeFiles(Library &library, const QStringList &paths)
+{
+    QTextStream err(stderr);
+    QStringList unknown;
+    const qsizetype removed = LibraryFiles(library).remove(paths, &unknown);
+    if (removed < 0) {
+        err << "error: " << library.errorString() << Qt::endl;
+        return 1;
+    }
+    err << QStringLiteral("removed %1 %2 from the library")
+               .arg(removed)
+               .arg(removed == 1 ? QStringLiteral("file") : QStringLiteral("files"))
+        << Qt::endl;
+    for (const QString &path : std::as_const(unknown))
+        err << "error: " << path << ": no file of the library is there" << Qt::endl;
+    return unknown.isEmpty() ? 0 : 1;
 }
 
 } // namespace
@@ -83,11 +106,14 @@ int main(int argc, char *argv[])
         return 2;
     }
     const bool add = commandLine.command == u"add";
+    const bool remove = commandLine.command == u"remove";
     Library library(*address);
-    if (!library.open(add ? Library::Access::Write : Library::Access::Read)) {
+    if (!library.open(add || remove ? Library::Access::Write : Library::Access::Read)) {
         err << "error: " << library.errorString() << Qt::endl;
         return 1;
     }
+    if (remove)
+        return removeFiles(library, commandLine.paths);
     if (!add)
         return list(library, commandLine);
 

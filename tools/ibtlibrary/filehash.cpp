@@ -1,0 +1,15 @@
+#include "filehash.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+
+std::optional<QString> FileHash::sha256(const QString &path, QString *error)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file)) {
+        *error = file.errorString();
+        return std::nullopt;
+    }
+    return QString::fromLatin1(hash.result().toHex());
+}
