@@ -100,7 +100,7 @@ bool Library::run(QSqlQuery &query, const QString &sql, const QVariantList &valu
 
 bool Library::open(Access access)
 {
-    return connect(access) && checkSchema(access);
+    return connect(access) && checkSchema(access, false);
 }
 
 bool Library::connect(Access access)
@@ -118,7 +118,11 @@ bool Library::connect(Access access)
                 return fail(QStringLiteral("cannot create the folder %1")
                                 .arg(QDir::toNativeSeparators(file.absolutePath())),
                             {});
-        } else if (access == Access::Write && !file.isWritable()) {
+        } else if (access == Access::Write
+                   && (!file.isWritable()
+                       || !(file.permissions()
+                            & (QFile::WriteOwner | QFile::WriteGroup | QFile::WriteOther)))) {
+            // A library without any write permission is kept as it is, even for root.
             return fail(QStringLiteral("the file is read-only"), {});
         }
     }
@@ -136,7 +140,7 @@ bool Library::connect(Access access)
     return true;
 }
 
-bool Library::checkSchema(Access access)
+bool Library::checkSchema(Access access, bool retried)
 {
     QSqlQuery query(database());
     // Reading the list of tables also tells a damaged file or one that is no database at all.
@@ -180,7 +184,15 @@ bool Library::checkSchema(Access access)
         if (!run(query, statement))
             return false;
     }
-    return version == LibrarySchema::CurrentVersion || migrate(version);
+    if (version == LibrarySchema::CurrentVersion || migrate(version))
+        return true;
+    // Another tool that opened the library at the same moment may have created or migrated
+    // it first; then its version is the current one now.
+    const QString reason = m_errorString;
+    if (!retried && checkSchema(access, true))
+        return true;
+    m_errorString = reason;
+    return false;
 }
 
 bool Library::migrate(int fromVersion)
@@ -227,6 +239,9 @@ bool Library::store(const StoredFile &file)
     if (!db.transaction())
         return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
     QSqlQuery query(db);
+    const QString lock = m_dialect.storeLock();
+    if (!lock.isEmpty() && !run(query, lock))
+        return rollback({});
     // The laps, sectors and trace of a replaced file go with it.
     if (!run(query, QStringLiteral("DELETE FROM files WHERE path = ? OR hash = ?"),
              {file.path, file.hash}))

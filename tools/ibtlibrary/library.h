@@ -59,7 +59,7 @@ public:
 
 private:
     bool connect(Access access);
-    bool checkSchema(Access access);
+    bool checkSchema(Access access, bool retried);
     bool migrate(int fromVersion);
     bool storeLaps(qint64 fileId, const QList<StoredLap> &laps);
     bool fail(const QString &what, const QString &detail);

@@ -28,6 +28,11 @@ QStringList SqlDialect::sessionSetup() const
             QStringLiteral("PRAGMA synchronous = NORMAL")};
 }
 
+QString SqlDialect::storeLock() const
+{
+    return isSQLite() ? QString() : QStringLiteral("LOCK TABLE files IN SHARE ROW EXCLUSIVE MODE");
+}
+
 QString SqlDialect::keyColumn() const
 {
     return isSQLite() ? QStringLiteral("id INTEGER PRIMARY KEY")

@@ -19,6 +19,11 @@ public:
     // Run once per connection before anything else is written.
     QStringList sessionSetup() const;
 
+    // Run first in a transaction that stores a file, so that two tools adding the same file
+    // at once store it one after the other rather than both; empty where the first write
+    // does that already (SQLite has one writer at a time).
+    QString storeLock() const;
+
     // A table's own generated key, "id ...".
     QString keyColumn() const;
     QString bytesType() const;
