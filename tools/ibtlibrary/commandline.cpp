@@ -152,6 +152,10 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
         parser.addOptions({track, car, driver, kind, since, until, json, csv});
         if (command == u"laps")
             parser.addOptions({timed, sort});
+        if (command == u"progress")
+            parser.addOption({QStringLiteral("plot"),
+                              QStringLiteral("Draw it into FILE: PNG, SVG or PDF by its suffix."),
+                              QStringLiteral("FILE")});
     }
     rest.insert(1, command);
     if (!parser.parse(rest))
@@ -185,8 +189,11 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
     if (paths.size() > 0)
         return usageError(QStringLiteral("%1 takes no arguments, only options: %2")
                               .arg(command, paths.join(u' ')));
-    if (command == u"progress" && (!parser.isSet(track) || !parser.isSet(car)))
-        return usageError(QStringLiteral("progress needs --track and --car"));
+    if (command == u"progress") {
+        if (!parser.isSet(track) || !parser.isSet(car))
+            return usageError(QStringLiteral("progress needs --track and --car"));
+        plot = parser.value(QStringLiteral("plot"));
+    }
     if (parser.isSet(json) && parser.isSet(csv))
         return usageError(QStringLiteral("--json and --csv cannot be given together"));
     format = parser.isSet(json) ? RowOutput::Format::Json

@@ -19,6 +19,7 @@ struct CommandLine
     int jobs = 0; // add --jobs; 0: one per core
     LapFilter filter;
     bool sortByTime = false; // laps --sort time
+    QString plot; // progress --plot
     RowOutput::Format format = RowOutput::Format::Table;
 
     // Exit with `*status` for --help, --version and a wrong command line, whose message it

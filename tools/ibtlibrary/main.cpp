@@ -6,9 +6,10 @@
 #include "libraryfiles.h"
 #include "libraryqueries.h"
 #include "pluginhost.h"
+#include "progressplot.h"
 
-#include <QCoreApplication>
 #include <QDir>
+#include <QGuiApplication>
 #include <QTextStream>
 #include <QThread>
 
@@ -60,6 +61,13 @@ int list(Library &library, const CommandLine &commandLine)
     QTextStream out(stdout);
     out.setEncoding(QStringConverter::Utf8);
     rows->write(out, commandLine.format);
+    if (!commandLine.plot.isEmpty()) {
+        QString error;
+        if (!ProgressPlot::write(*rows, commandLine.plot, &error)) {
+            QTextStream(stderr) << "error: " << error << Qt::endl;
+            return 1;
+        }
+    }
     return 0;
 }
 
@@ -81,16 +89,30 @@ int removeFiles(Library &library, const QStringList &paths)
     return unknown.isEmpty() ? 0 : 1;
 }
 
+// Qt's own notes (a missing runtime folder of the offscreen platform, say) are not the tool's
+// to pass on; its messages go to standard error directly.
+void dropQtMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    if (type == QtFatalMsg || type == QtCriticalMsg)
+        QTextStream(stderr) << message << Qt::endl;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
+    qInstallMessageHandler(dropQtMessages);
+    // A worker imports and draws nothing: the lighter application will do.
+    if (argc == 3 && QString::fromLocal8Bit(argv[1]) == ImportWorker::argument()) {
+        QCoreApplication app(argc, argv);
+        return ImportWorker::run(QString::fromLocal8Bit(argv[2]));
+    }
+    // Pictures are drawn off screen; no display is ever needed.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ibt-library"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZUM_VERSION));
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 3 && arguments[1] == ImportWorker::argument())
-        return ImportWorker::run(arguments[2]);
 
     CommandLine commandLine;
     int status = 0;

@@ -18,6 +18,15 @@ void RowOutput::addRow(QVariantList values)
     m_rows.append(std::move(values));
 }
 
+QVariant RowOutput::value(qsizetype row, const QString &key) const
+{
+    for (qsizetype i = 0; i < m_columns.size(); ++i) {
+        if (m_columns[i].key == key)
+            return m_rows[row][i];
+    }
+    return {};
+}
+
 void RowOutput::write(QTextStream &out, Format format) const
 {
     switch (format) {

@@ -25,6 +25,8 @@ public:
     explicit RowOutput(QList<Column> columns);
     void addRow(QVariantList values);
     qsizetype rowCount() const { return m_rows.size(); }
+    // The value in the row under the column of that key; invalid for an unknown key.
+    QVariant value(qsizetype row, const QString &key) const;
 
     void write(QTextStream &out, Format format) const;
 
