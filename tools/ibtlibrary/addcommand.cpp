@@ -3,6 +3,7 @@
 #include "filehash.h"
 #include "importedfile.h"
 #include "importworker.h"
+#include "importworkers.h"
 #include "laptime.h"
 
 #include <QCoreApplication>
@@ -66,17 +67,17 @@ int AddCommand::exec(const QStringList &paths)
     }
 
     const QStringList files = collect(paths);
-    QList<ImportWorkers::Job> jobs;
+    QStringList imports;
     qsizetype done = 0;
     for (const QString &file : files) {
-        if (std::optional<ImportWorkers::Job> job = check(file))
-            jobs.append(std::move(*job));
-        else
+        if (isUnchanged(file))
             progress(++done, files.size());
+        else
+            imports.append(file);
     }
     ImportWorkers workers(QCoreApplication::applicationFilePath(),
                           {ImportWorker::argument(), m_settings.pluginPath}, m_settings.jobs);
-    workers.run(jobs, [&](const StoredFile &file) {
+    workers.run(imports, [&](const StoredFile &file) {
         store(file);
         progress(++done, files.size());
     });
@@ -95,72 +96,70 @@ int AddCommand::exec(const QStringList &paths)
     return m_failures.isEmpty() ? 0 : 1;
 }
 
-std::optional<ImportWorkers::Job> AddCommand::check(const QString &path)
+bool AddCommand::isUnchanged(const QString &path)
 {
     const QFileInfo info(path);
-    const QDateTime modified = info.lastModified().toUTC();
-    const auto byPath = m_byPath.constFind(path);
-    if (byPath != m_byPath.cend() && byPath->size == info.size()
-        && byPath->modified.toMSecsSinceEpoch() == modified.toMSecsSinceEpoch()) {
-        ++m_unchanged;
-        if (!byPath->failure.isEmpty())
-            m_failures.append(QStringLiteral("%1: %2 (unchanged since it failed)")
-                                  .arg(QDir::toNativeSeparators(path), byPath->failure));
-        return std::nullopt;
-    }
-
-    QString error;
-    const std::optional<QString> hash = FileHash::sha256(path, &error);
-    if (!hash) {
-        m_failures.append(
-            QStringLiteral("%1: cannot be read: %2").arg(QDir::toNativeSeparators(path), error));
-        return std::nullopt;
-    }
-    const auto byHash = m_byHash.constFind(*hash);
-    if (byHash != m_byHash.cend()) {
-        // The same contents: touched in place, or moved from a path that is gone; a copy
-        // beside a file that is still there is not stored twice.
-        if (byHash->path != path && QFileInfo::exists(byHash->path)) {
-            ++m_unchanged;
-            if (!m_settings.terminal)
-                m_err << QStringLiteral(
-                             "note: %1 is the same as %2, which is already in the library")
-                             .arg(QDir::toNativeSeparators(path),
-                                  QDir::toNativeSeparators(byHash->path))
-                      << Qt::endl;
-            return std::nullopt;
-        }
-        if (!m_library.updateIdentity(byHash->id, path, info.size(), modified)) {
-            m_failures.append(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path),
-                                                           m_library.errorString()));
-            return std::nullopt;
-        }
-        ++m_unchanged;
-        return std::nullopt;
-    }
-    return ImportWorkers::Job {path, *hash};
+    const auto known = m_byPath.constFind(path);
+    if (known == m_byPath.cend() || known->size != info.size()
+        || known->modified.toMSecsSinceEpoch() != info.lastModified().toUTC().toMSecsSinceEpoch())
+        return false;
+    ++m_unchanged;
+    if (!known->failure.isEmpty())
+        m_failures.append(QStringLiteral("%1: %2 (unchanged since it failed)")
+                              .arg(QDir::toNativeSeparators(path), known->failure));
+    return true;
 }
 
-void AddCommand::store(const StoredFile &stored)
+bool AddCommand::isKnownContents(const StoredFile &file)
 {
-    const QString path = stored.path;
+    const auto known = m_byHash.constFind(file.hash);
+    if (known == m_byHash.cend())
+        return false;
+    const QString path = QDir::toNativeSeparators(file.path);
+    ++m_unchanged;
+    // A copy beside a file that is still there is not stored twice.
+    if (known->path != file.path && QFileInfo::exists(known->path)) {
+        if (!m_settings.terminal)
+            m_err << QStringLiteral("note: %1 is the same as %2, which is already in the library")
+                         .arg(path, QDir::toNativeSeparators(known->path))
+                  << Qt::endl;
+        return true;
+    }
+    // Touched in place, or moved from a path that is gone: the stored rows stay, under the
+    // file's new path and time stamp.
+    if (!m_library.updateIdentity(known->id, file.path, file.size, file.modified))
+        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+    return true;
+}
+
+void AddCommand::store(StoredFile stored)
+{
+    const QString path = QDir::toNativeSeparators(stored.path);
+    if (stored.hash.isEmpty()) {
+        // The file could not be read, or its import ended its worker: the failure is stored
+        // when the contents can be told apart, so that the next add does not try again.
+        QString error;
+        const std::optional<QString> hash = FileHash::of(stored.path, &error);
+        if (!hash) {
+            m_failures.append(QStringLiteral("%1: %2").arg(path, stored.failure));
+            return;
+        }
+        stored.hash = *hash;
+    }
+    if (isKnownContents(stored))
+        return;
     if (!m_library.store(stored)) {
-        m_failures.append(
-            QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), m_library.errorString()));
+        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
         return;
     }
     if (!stored.failure.isEmpty()) {
-        m_failures.append(
-            QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), stored.failure));
+        m_failures.append(QStringLiteral("%1: %2").arg(path, stored.failure));
         return;
     }
     ++m_imported;
     m_laps += stored.laps.size();
     if (!m_settings.terminal)
-        m_err << QStringLiteral("added %1: %2 laps")
-                     .arg(QDir::toNativeSeparators(path))
-                     .arg(stored.laps.size())
-              << Qt::endl;
+        m_err << QStringLiteral("added %1: %2 laps").arg(path).arg(stored.laps.size()) << Qt::endl;
 }
 
 void AddCommand::progress(qsizetype done, qsizetype total)

@@ -3,10 +3,10 @@
 #include <QCryptographicHash>
 #include <QFile>
 
-std::optional<QString> FileHash::sha256(const QString &path, QString *error)
+std::optional<QString> FileHash::of(const QString &path, QString *error)
 {
     QFile file(path);
-    QCryptographicHash hash(QCryptographicHash::Sha256);
+    QCryptographicHash hash(QCryptographicHash::Blake2b_256);
     if (!file.open(QIODevice::ReadOnly) || !hash.addData(&file)) {
         *error = file.errorString();
         return std::nullopt;

@@ -1,5 +1,6 @@
 #include "importworker.h"
 
+#include "filehash.h"
 #include "importedfile.h"
 #include "pluginhost.h"
 
@@ -34,14 +35,20 @@ int ImportWorker::run(const QString &pluginPath)
     QDataStream answers(&output);
     for (;;) {
         QString path;
-        QString hash;
-        requests >> path >> hash;
+        requests >> path;
         if (requests.status() != QDataStream::Ok)
             return 0;
-        const RecordingInfo recording = RecordingInfo::read(path);
-        ImportResult result = host.importFile(path);
-        result.recording = recording;
-        answers << ImportedFile::from(result, QFileInfo(path), hash);
+        const QFileInfo file(path);
+        QString error;
+        if (const std::optional<QString> hash = FileHash::of(path, &error)) {
+            const RecordingInfo recording = RecordingInfo::read(path);
+            ImportResult result = host.importFile(path);
+            result.recording = recording;
+            answers << ImportedFile::from(result, file, *hash);
+        } else {
+            answers << ImportedFile::failed(file, QString(),
+                                            QStringLiteral("cannot be read: ") + error);
+        }
         if (!output.flush())
             return 1;
     }

@@ -3,9 +3,9 @@
 #include <QString>
 
 // The worker side of `add`: a process of its own, started by the tool, that loads the
-// plug-in once and imports the files the tool sends on standard input, one at a time, each
-// answered on standard output with what the library stores of it (a binary QDataStream both
-// ways). A file that crashes the import ends only its worker.
+// plug-in once and hashes and imports the files the tool sends on standard input, one at a
+// time, each answered on standard output with what the library stores of it (a binary QDataStream
+// both ways). A file that crashes the import ends only its worker.
 class ImportWorker
 {
 public:

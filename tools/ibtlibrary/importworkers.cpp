@@ -26,7 +26,7 @@ ImportWorkers::ImportWorkers(QString program, QStringList arguments, int count)
     , m_count(std::max(count, 1))
 { }
 
-void ImportWorkers::run(const QList<Job> &jobs, const Done &done)
+void ImportWorkers::run(const QStringList &jobs, const Done &done)
 {
     QEventLoop loop;
     std::vector<Worker> workers(size_t(std::min<qsizetype>(m_count, jobs.size())));
@@ -45,7 +45,7 @@ void ImportWorkers::run(const QList<Job> &jobs, const Done &done)
         }
         worker.job = next++;
         QDataStream requests(worker.process.get());
-        requests << jobs[worker.job].path << jobs[worker.job].hash;
+        requests << jobs[worker.job];
     };
     std::function<void(Worker &)> start = [&](Worker &worker) {
         worker.job = -1;
@@ -77,13 +77,12 @@ void ImportWorkers::run(const QList<Job> &jobs, const Done &done)
                       });
                 if (owner.job < 0)
                     return;
-                const Job &job = jobs[owner.job];
+                const QString &job = jobs[owner.job];
                 const QString reason = status == QProcess::CrashExit
                     ? QStringLiteral("the import crashed its worker process")
                     : QStringLiteral("the import's worker process ended with status %1")
                           .arg(exitCode);
-                const StoredFile failed
-                    = ImportedFile::failed(QFileInfo(job.path), job.hash, reason);
+                const StoredFile failed = ImportedFile::failed(QFileInfo(job), QString(), reason);
                 owner.process.release()->deleteLater();
                 owner.answers.reset();
                 owner.job = -1;
@@ -99,8 +98,7 @@ void ImportWorkers::run(const QList<Job> &jobs, const Done &done)
             worker.process.reset();
             worker.answers.reset();
             while (next < jobs.size()) {
-                const Job &job = jobs[next++];
-                finish(ImportedFile::failed(QFileInfo(job.path), job.hash, reason));
+                finish(ImportedFile::failed(QFileInfo(jobs[next++]), QString(), reason));
             }
             return;
         }

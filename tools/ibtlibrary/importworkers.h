@@ -8,25 +8,20 @@
 
 #include <functional>
 
-// The tool's side of `add`: imports files in worker processes side by side (see
+// The tool's side of `add`: hashes and imports files in worker processes side by side (see
 // ImportWorker), each worker one file at a time, and hands each file's result over as it
-// comes. A worker that dies takes only its current file with it, which comes back as failed,
-// and another takes its place.
+// comes. A worker that dies takes only its current file with it, which comes back as failed
+// (without a hash), and another takes its place.
 class ImportWorkers
 {
 public:
-    struct Job
-    {
-        QString path;
-        QString hash;
-    };
     using Done = std::function<void(const StoredFile &)>;
 
     // `program` and `arguments` start one worker.
     ImportWorkers(QString program, QStringList arguments, int count);
 
     // Returns when every file is done.
-    void run(const QList<Job> &jobs, const Done &done);
+    void run(const QStringList &paths, const Done &done);
 
 private:
     QString m_program;

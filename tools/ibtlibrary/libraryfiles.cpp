@@ -30,7 +30,7 @@ std::optional<RowOutput> LibraryFiles::check()
                    || info.lastModified().toMSecsSinceEpoch()
                        != file.modified.toMSecsSinceEpoch()) {
             QString error;
-            const std::optional<QString> hash = FileHash::sha256(file.path, &error);
+            const std::optional<QString> hash = FileHash::of(file.path, &error);
             status = !hash           ? QStringLiteral("unreadable: ") + error
                 : *hash == file.hash ? QStringLiteral("touched")
                                      : QStringLiteral("changed");

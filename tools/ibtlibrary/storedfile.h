@@ -33,7 +33,7 @@ struct StoredFile
     QString path; // absolute, with '/' separators
     qint64 size = 0;
     QDateTime modified;
-    QString hash; // SHA-256 of the contents, hex
+    QString hash; // of the contents (FileHash); empty when they could not be read
 
     QDateTime recordingStart; // UTC; invalid when the file holds no date
     QString sessionKind; // the import's kind of session ("Practice")
