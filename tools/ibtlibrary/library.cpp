@@ -299,6 +299,7 @@ bool Library::storeLaps(qint64 fileId, const QList<StoredLap> &laps)
     const QString sectorSql
         = QStringLiteral("INSERT INTO sectors (lap_id, sector, seconds) VALUES (?, ?, ?)");
     const QString traceSql = QStringLiteral("INSERT INTO traces (lap_id, data) VALUES (?, ?)");
+    std::optional<std::pair<double, qint64>> best; // the first of the fastest timed laps
     for (const StoredLap &lap : laps) {
         if (!run(lapQuery, lapSql,
                  {fileId, lap.lapNumber, lap.stint, lap.lapInStint, nullable(lap.lapTime),
@@ -308,6 +309,8 @@ bool Library::storeLaps(qint64 fileId, const QList<StoredLap> &laps)
             return false;
         const qint64 lapId = lapQuery.value(0).toLongLong();
         lapQuery.finish();
+        if (lap.timed && lap.lapTime && (!best || *lap.lapTime < best->first))
+            best = std::pair(*lap.lapTime, lapId);
         for (qsizetype sector = 0; sector < lap.sectorTimes.size(); ++sector) {
             if (!run(sectorQuery, sectorSql, {lapId, int(sector), lap.sectorTimes[sector]}))
                 return false;
@@ -315,7 +318,11 @@ bool Library::storeLaps(qint64 fileId, const QList<StoredLap> &laps)
         if (!lap.trace.isEmpty() && !run(traceQuery, traceSql, {lapId, lap.trace}))
             return false;
     }
-    return true;
+    if (!best)
+        return true;
+    return run(lapQuery,
+               QStringLiteral("UPDATE files SET best_lap_id = ?, best_lap_time = ? WHERE id = ?"),
+               {best->second, best->first, fileId});
 }
 
 bool Library::updateIdentity(qint64 id, const QString &path, qint64 size, const QDateTime &modified)

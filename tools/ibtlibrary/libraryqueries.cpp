@@ -106,15 +106,18 @@ std::optional<RowOutput> LibraryQueries::laps(const LapFilter &filter, LapOrder 
 std::optional<RowOutput> LibraryQueries::best(const LapFilter &filter)
 {
     QVariantList values;
-    // The first of the timed laps of each track, configuration, car and driver by time; of
+    // The fastest of the files' best laps for each track, configuration, car and driver; of
     // equal times the one driven first.
-    const QString sql
-        = QStringLiteral(
-              "SELECT * FROM (%1, ROW_NUMBER() OVER (PARTITION BY f.track_name, f.track_config, "
-              "f.car_name, f.driver_name ORDER BY l.lap_time, f.recording_start, l.id) AS place "
-              "FROM laps l JOIN files f ON f.id = l.file_id WHERE l.timed = 1%2) ranked "
-              "WHERE place = 1 ORDER BY 3, 4, 5, 13, 6")
-              .arg(lapSelect, filter.conditions(&values, false));
+    const QString sql = lapSelect
+        + QStringLiteral(
+              " FROM (SELECT f.best_lap_id, ROW_NUMBER() OVER (PARTITION BY f.track_name, "
+              "f.track_config, f.car_name, f.driver_name ORDER BY f.best_lap_time, "
+              "f.recording_start, f.best_lap_id) AS place FROM files f "
+              "WHERE f.best_lap_id IS NOT NULL%1) ranked "
+              "JOIN laps l ON l.id = ranked.best_lap_id JOIN files f ON f.id = l.file_id "
+              "WHERE ranked.place = 1 "
+              "ORDER BY f.track_name, f.track_config, f.car_name, l.lap_time, f.driver_name")
+              .arg(filter.conditions(&values, false));
     return rows(lapColumns(), sql, values);
 }
 

@@ -3,9 +3,11 @@
 namespace {
 
 // Version 0 to 1: the first tables. The *_search columns hold the names the filters match,
-// folded to lower case by the tool, since SQLite's lower() knows only ASCII letters. Indexes follow
-// the questions asked: a track and a car, a date range, and a file's laps; the lap time orders the
-// laps of the best lap and of `laps --sort time`.
+// folded to lower case by the tool, since SQLite's lower() knows only ASCII letters. A file
+// keeps its best timed lap, so that the best lap per track and car is found among the files
+// rather than among all laps. Indexes follow the questions asked: the best lap per track and
+// car, a date range, and a file's laps (the filters match names anywhere in them, which the
+// files table, one row per file, answers without an index).
 QStringList firstTables(const SqlDialect &dialect)
 {
     const QString key = dialect.keyColumn();
@@ -18,7 +20,8 @@ QStringList firstTables(const SqlDialect &dialect)
                        "track_config TEXT NOT NULL, track_length DOUBLE PRECISION, "
                        "car_name TEXT NOT NULL, driver_name TEXT NOT NULL, skies TEXT NOT NULL, "
                        "air_temperature DOUBLE PRECISION, messages TEXT NOT NULL, "
-                       "failure TEXT NOT NULL, track_search TEXT NOT NULL, "
+                       "failure TEXT NOT NULL, best_lap_id BIGINT, best_lap_time DOUBLE PRECISION, "
+                       "track_search TEXT NOT NULL, "
                        "car_search TEXT NOT NULL, driver_search TEXT NOT NULL, "
                        "session_search TEXT NOT NULL)")
             .arg(key),
@@ -33,7 +36,6 @@ QStringList firstTables(const SqlDialect &dialect)
                        "fuel_used DOUBLE PRECISION, top_speed DOUBLE PRECISION)")
             .arg(key),
         QStringLiteral("CREATE INDEX laps_file ON laps (file_id, lap_number)"),
-        QStringLiteral("CREATE INDEX laps_timed_time ON laps (timed, lap_time)"),
         QStringLiteral("CREATE TABLE sectors ("
                        "lap_id BIGINT NOT NULL REFERENCES laps (id) ON DELETE CASCADE, "
                        "sector INTEGER NOT NULL, seconds DOUBLE PRECISION NOT NULL, "
