@@ -3,9 +3,11 @@
 #include "libraryschema.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QThread>
 
 namespace {
 
@@ -81,12 +83,25 @@ bool Library::rollback(const QString &what)
     return false;
 }
 
+bool Library::begin()
+{
+    QSqlDatabase db = database();
+    const QString statement = m_dialect.beginStatement();
+    if (statement.isEmpty()) {
+        if (!db.transaction())
+            return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
+        return true;
+    }
+    QSqlQuery query(db);
+    return run(query, statement);
+}
+
 bool Library::run(QSqlQuery &query, const QString &sql, const QVariantList &values)
 {
     // PostgreSQL prepares no schema statements: a statement without values runs as it is.
     if (values.isEmpty()) {
         if (!query.exec(sql))
-            return fail(QStringLiteral("a query failed"), errorText(query.lastError()));
+            return failed(query);
         return true;
     }
     if (!query.prepare(sql))
@@ -94,13 +109,32 @@ bool Library::run(QSqlQuery &query, const QString &sql, const QVariantList &valu
     for (const QVariant &value : values)
         query.addBindValue(value);
     if (!query.exec())
-        return fail(QStringLiteral("a query failed"), errorText(query.lastError()));
+        return failed(query);
     return true;
+}
+
+bool Library::failed(const QSqlQuery &query)
+{
+    // SQLITE_BUSY and SQLITE_LOCKED: another connection holds the lock.
+    const QString code = query.lastError().nativeErrorCode();
+    m_busy = m_dialect.isSQLite() && (code == u"5" || code == u"6");
+    return fail(QStringLiteral("a query failed"), errorText(query.lastError()));
 }
 
 bool Library::open(Access access)
 {
-    return connect(access) && checkSchema(access, false);
+    if (!connect(access))
+        return false;
+    // SQLite answers "busy" at once, without waiting, while another tool switches a new
+    // library to write-ahead logging; the check is tried again until it has.
+    QElapsedTimer waited;
+    waited.start();
+    while (!checkSchema(access, false)) {
+        if (!m_busy || waited.elapsed() > BusyWaitMilliseconds)
+            return false;
+        QThread::msleep(50);
+    }
+    return true;
 }
 
 bool Library::connect(Access access)
@@ -142,6 +176,7 @@ bool Library::connect(Access access)
 
 bool Library::checkSchema(Access access, bool retried)
 {
+    m_busy = false;
     QSqlQuery query(database());
     // Reading the list of tables also tells a damaged file or one that is no database at all.
     if (!run(query, m_dialect.tablesQuery()))
@@ -198,8 +233,8 @@ bool Library::checkSchema(Access access, bool retried)
 bool Library::migrate(int fromVersion)
 {
     QSqlDatabase db = database();
-    if (!db.transaction())
-        return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
+    if (!begin())
+        return false;
     QSqlQuery query(db);
     for (const QString &statement : LibrarySchema::migration(fromVersion, m_dialect)) {
         if (!run(query, statement))
@@ -236,8 +271,8 @@ bool Library::knownFiles(QList<KnownFile> *files)
 bool Library::store(const StoredFile &file)
 {
     QSqlDatabase db = database();
-    if (!db.transaction())
-        return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
+    if (!begin())
+        return false;
     QSqlQuery query(db);
     const QString lock = m_dialect.storeLock();
     if (!lock.isEmpty() && !run(query, lock))
@@ -336,8 +371,8 @@ bool Library::updateIdentity(qint64 id, const QString &path, qint64 size, const 
 bool Library::remove(const QList<qint64> &ids)
 {
     QSqlDatabase db = database();
-    if (!db.transaction())
-        return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
+    if (!begin())
+        return false;
     QSqlQuery query(db);
     for (const qint64 id : ids) {
         if (!run(query, QStringLiteral("DELETE FROM files WHERE id = ?"), {id}))

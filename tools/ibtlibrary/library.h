@@ -21,6 +21,7 @@ class Library
 {
 public:
     enum class Access { Read, Write };
+    static constexpr int BusyWaitMilliseconds = 60000;
 
     // What the library knows of a file's identity, to tell whether it changed.
     struct KnownFile
@@ -59,6 +60,8 @@ public:
 
 private:
     bool connect(Access access);
+    bool begin();
+    bool failed(const QSqlQuery &query);
     bool checkSchema(Access access, bool retried);
     bool migrate(int fromVersion);
     bool storeLaps(qint64 fileId, const QList<StoredLap> &laps);
@@ -69,4 +72,5 @@ private:
     SqlDialect m_dialect;
     QString m_connectionName;
     QString m_errorString;
+    bool m_busy = false; // the last query failed on another connection's lock
 };

@@ -1,5 +1,7 @@
 #include "sqldialect.h"
 
+#include "library.h"
+
 SqlDialect::SqlDialect(DatabaseAddress::Engine engine)
     : m_engine(engine)
 { }
@@ -14,7 +16,7 @@ QString SqlDialect::connectOptions(const DatabaseAddress &address) const
     // A second writer on one file waits for the first one's transaction to end instead of
     // failing at once: one file's rows take well under a minute to store.
     if (isSQLite())
-        return QStringLiteral("QSQLITE_BUSY_TIMEOUT=60000");
+        return QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(Library::BusyWaitMilliseconds);
     return address.connectOptions();
 }
 
@@ -31,6 +33,11 @@ QStringList SqlDialect::sessionSetup() const
 QString SqlDialect::storeLock() const
 {
     return isSQLite() ? QString() : QStringLiteral("LOCK TABLE files IN SHARE ROW EXCLUSIVE MODE");
+}
+
+QString SqlDialect::beginStatement() const
+{
+    return isSQLite() ? QStringLiteral("BEGIN IMMEDIATE") : QString();
 }
 
 QString SqlDialect::keyColumn() const

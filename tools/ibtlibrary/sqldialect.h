@@ -24,6 +24,11 @@ public:
     // does that already (SQLite has one writer at a time).
     QString storeLock() const;
 
+    // How a transaction that writes begins, where the driver's own way does not do: SQLite
+    // takes the write lock at once, waiting for another writer to finish, since a transaction
+    // that reads before it writes fails at once when another one wrote in between.
+    QString beginStatement() const;
+
     // A table's own generated key, "id ...".
     QString keyColumn() const;
     QString bytesType() const;
