@@ -9,6 +9,20 @@ using Kind = RowOutput::Kind;
 
 namespace {
 
+// The first columns of a session, as the SELECT lists below give them.
+QList<RowOutput::Column> sessionColumns()
+{
+    return {
+        {QStringLiteral("sessionId"), QStringLiteral("Id"), Kind::Integer},
+        {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
+        {QStringLiteral("trackName"), QStringLiteral("Track"), Kind::Text},
+        {QStringLiteral("trackConfigName"), QStringLiteral("Configuration"), Kind::Text},
+        {QStringLiteral("carName"), QStringLiteral("Car"), Kind::Text},
+        {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
+        {QStringLiteral("sessionName"), QStringLiteral("Session"), Kind::Text},
+    };
+}
+
 // The columns of one lap, as the SELECT lists below give them.
 QList<RowOutput::Column> lapColumns()
 {
@@ -72,21 +86,14 @@ std::optional<RowOutput> LibraryQueries::sessions(const LapFilter &filter)
               "FROM files f LEFT JOIN laps l ON l.file_id = f.id WHERE f.failure = ''%1 "
               "GROUP BY f.id ORDER BY f.recording_start, f.path")
               .arg(filter.conditions(&values, false));
-    return rows(
-        {
-            {QStringLiteral("sessionId"), QStringLiteral("Id"), Kind::Integer},
-            {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
-            {QStringLiteral("trackName"), QStringLiteral("Track"), Kind::Text},
-            {QStringLiteral("trackConfigName"), QStringLiteral("Configuration"), Kind::Text},
-            {QStringLiteral("carName"), QStringLiteral("Car"), Kind::Text},
-            {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
-            {QStringLiteral("sessionName"), QStringLiteral("Session"), Kind::Text},
-            {QStringLiteral("laps"), QStringLiteral("Laps"), Kind::Integer},
-            {QStringLiteral("timedLaps"), QStringLiteral("Timed"), Kind::Integer},
-            {QStringLiteral("bestLapTimeSeconds"), QStringLiteral("Best"), Kind::Seconds},
-            {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
-        },
-        sql, values);
+    QList<RowOutput::Column> columns = sessionColumns();
+    columns += {
+        {QStringLiteral("laps"), QStringLiteral("Laps"), Kind::Integer},
+        {QStringLiteral("timedLaps"), QStringLiteral("Timed"), Kind::Integer},
+        {QStringLiteral("bestLapTimeSeconds"), QStringLiteral("Best"), Kind::Seconds},
+        {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
+    };
+    return rows(columns, sql, values);
 }
 
 std::optional<RowOutput> LibraryQueries::laps(const LapFilter &filter, LapOrder order)
@@ -141,20 +148,13 @@ std::optional<RowOutput> LibraryQueries::progress(const LapFilter &filter)
               "ON ideal.file_id = f.id "
               "WHERE l.timed = 1%1 GROUP BY f.id ORDER BY f.recording_start, f.path")
               .arg(conditions);
-    return rows(
-        {
-            {QStringLiteral("sessionId"), QStringLiteral("Id"), Kind::Integer},
-            {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
-            {QStringLiteral("trackName"), QStringLiteral("Track"), Kind::Text},
-            {QStringLiteral("trackConfigName"), QStringLiteral("Configuration"), Kind::Text},
-            {QStringLiteral("carName"), QStringLiteral("Car"), Kind::Text},
-            {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
-            {QStringLiteral("sessionName"), QStringLiteral("Session"), Kind::Text},
-            {QStringLiteral("timedLaps"), QStringLiteral("Timed"), Kind::Integer},
-            {QStringLiteral("bestLapTimeSeconds"), QStringLiteral("Best"), Kind::Seconds},
-            {QStringLiteral("averageLapTimeSeconds"), QStringLiteral("Average"), Kind::Seconds},
-            {QStringLiteral("idealLapTimeSeconds"), QStringLiteral("Ideal"), Kind::Seconds},
-            {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
-        },
-        sql, values);
+    QList<RowOutput::Column> columns = sessionColumns();
+    columns += {
+        {QStringLiteral("timedLaps"), QStringLiteral("Timed"), Kind::Integer},
+        {QStringLiteral("bestLapTimeSeconds"), QStringLiteral("Best"), Kind::Seconds},
+        {QStringLiteral("averageLapTimeSeconds"), QStringLiteral("Average"), Kind::Seconds},
+        {QStringLiteral("idealLapTimeSeconds"), QStringLiteral("Ideal"), Kind::Seconds},
+        {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
+    };
+    return rows(columns, sql, values);
 }
