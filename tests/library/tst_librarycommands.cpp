@@ -118,6 +118,7 @@ private slots:
     void progressPerSession();
     void checkFindsChangedAndVanished();
     void removeFilesAndFolders();
+    void compareFromStoredData();
 
 private:
     // A fresh library with the folder added.
@@ -760,6 +761,61 @@ void TestLibraryCommands::removeFilesAndFolders()
         = run({QStringLiteral("remove"), subFolder, QStringLiteral("--db"), library.address()});
     QCOMPARE(unknown.exitCode, 1);
     QVERIFY(unknown.err.contains("no file of the library is there"));
+}
+
+void TestLibraryCommands::compareFromStoredData()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(addFolder(library));
+    const QJsonArray laps
+        = jsonRows(run({QStringLiteral("laps"), QStringLiteral("--timed"), QStringLiteral("--json"),
+                        QStringLiteral("--db"), library.address()}));
+    // A timed lap of each file, and of the other track.
+    QMap<QString, QJsonObject> byFile;
+    for (const QJsonValue &value : laps)
+        byFile.insert(value.toObject()[u"file"].toString(), value.toObject());
+    const QJsonObject first = byFile.value(QFileInfo(m_files[0]).absoluteFilePath());
+    const QJsonObject second = byFile.value(QFileInfo(m_files[2]).absoluteFilePath());
+    const QJsonObject otherTrack = byFile.value(QFileInfo(m_files[3]).absoluteFilePath());
+    QVERIFY(!first.isEmpty() && !second.isEmpty() && !otherTrack.isEmpty());
+
+    const auto id = [](const QJsonObject &lap) {
+        return QString::number(lap[u"id"].toInteger());
+    };
+    const QJsonArray rows
+        = jsonRows(run({QStringLiteral("compare"), id(first), id(second), QStringLiteral("--json"),
+                        QStringLiteral("--db"), library.address()}));
+    QCOMPARE(rows.size(), 2);
+    for (int i = 0; i < 2; ++i) {
+        const QJsonObject row = rows[i].toObject();
+        const QJsonObject lap = i == 0 ? first : second;
+        const auto expected
+            = std::find_if(m_laps.begin(), m_laps.end(), [&lap](const ExpectedLap &e) {
+                  return e.file == lap[u"file"].toString()
+                      && e.lapNumber == lap[u"lapNumber"].toInt()
+                      && e.stint == lap[u"stint"].toInt()
+                      && e.lapInStint == lap[u"lapInStint"].toInt();
+              });
+        QVERIFY(expected != m_laps.end());
+        QCOMPARE(row[u"lapTimeSeconds"].toDouble(), *expected->lapTime);
+        QVERIFY(std::abs(row[u"deltaSeconds"].toDouble()
+                         - (*expected->lapTime - first[u"lapTimeSeconds"].toDouble()))
+                < 1e-9);
+        QVERIFY(!expected->sectorTimes.isEmpty());
+        for (qsizetype s = 0; s < expected->sectorTimes.size(); ++s)
+            QCOMPARE(row[QStringLiteral("sector%1Seconds").arg(s + 1)].toDouble(),
+                     expected->sectorTimes[s]);
+    }
+
+    const TestLibrary::Run tracks = run({QStringLiteral("compare"), id(first), id(otherTrack),
+                                         QStringLiteral("--db"), library.address()});
+    QCOMPARE(tracks.exitCode, 1);
+    QVERIFY2(tracks.err.contains("only laps of one track compare"), tracks.err.constData());
+    const TestLibrary::Run unknown
+        = run({QStringLiteral("compare"), id(first), QStringLiteral("999999"),
+               QStringLiteral("--db"), library.address()});
+    QCOMPARE(unknown.exitCode, 1);
+    QVERIFY(unknown.err.contains("the library holds no lap 999999"));
 }
 
 QTEST_GUILESS_MAIN(TestLibraryCommands)

@@ -13,7 +13,7 @@ namespace {
 const QStringList commands {QStringLiteral("add"),      QStringLiteral("sessions"),
                             QStringLiteral("laps"),     QStringLiteral("best"),
                             QStringLiteral("progress"), QStringLiteral("check"),
-                            QStringLiteral("remove")};
+                            QStringLiteral("remove"),   QStringLiteral("compare")};
 
 QString overview()
 {
@@ -27,6 +27,7 @@ QString overview()
                "  laps         one row per lap\n"
                "  best         the best lap per track, configuration, car and driver\n"
                "  progress     per session at a track in a car: best, average and ideal lap\n"
+               "  compare LAP LAP...  laps of one track side by side: times and sector times\n"
                "  check        files that changed or vanished since they were added\n"
                "  remove PATH...  take files, or the files under folders, out of the library\n\n"
                "Run ibt-library COMMAND --help for a command's options.\n\n"
@@ -148,6 +149,12 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
                                      QStringLiteral("PATH..."));
     } else if (command == u"check") {
         parser.addOptions({json, csv});
+    } else if (command == u"compare") {
+        parser.addOptions({json, csv});
+        parser.addPositionalArgument(
+            QStringLiteral("LAP"),
+            QStringLiteral("Laps by their id in the library (laps lists them)."),
+            QStringLiteral("LAP LAP..."));
     } else {
         parser.addOptions({track, car, driver, kind, since, until, json, csv});
         if (command == u"laps")
@@ -186,6 +193,17 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
             return usageError(QStringLiteral("remove needs the files or folders to remove"));
         return Parse::Run;
     }
+    if (command == u"compare") {
+        for (const QString &path : std::as_const(paths)) {
+            bool ok = false;
+            laps.append(path.toLongLong(&ok));
+            if (!ok)
+                return usageError(QStringLiteral("compare: \"%1\" is not a lap's id").arg(path));
+        }
+        if (laps.size() < 2)
+            return usageError(QStringLiteral("compare needs two laps or more"));
+        paths.clear();
+    }
     if (paths.size() > 0)
         return usageError(QStringLiteral("%1 takes no arguments, only options: %2")
                               .arg(command, paths.join(u' ')));
@@ -199,7 +217,7 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
     format = parser.isSet(json) ? RowOutput::Format::Json
         : parser.isSet(csv)     ? RowOutput::Format::Csv
                                 : RowOutput::Format::Table;
-    if (command == u"check")
+    if (command == u"check" || command == u"compare")
         return Parse::Run;
     filter.track = parser.value(track);
     filter.car = parser.value(car);

@@ -20,6 +20,7 @@ struct CommandLine
     LapFilter filter;
     bool sortByTime = false; // laps --sort time
     QString plot; // progress --plot
+    QList<qint64> laps; // compare
     RowOutput::Format format = RowOutput::Format::Table;
 
     // Exit with `*status` for --help, --version and a wrong command line, whose message it

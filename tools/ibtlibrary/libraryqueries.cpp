@@ -158,3 +158,78 @@ std::optional<RowOutput> LibraryQueries::progress(const LapFilter &filter)
     };
     return rows(columns, sql, values);
 }
+
+std::optional<RowOutput> LibraryQueries::compare(const QList<qint64> &ids, QString *problem)
+{
+    QSqlQuery query(m_library.database());
+    QList<QVariantList> laps;
+    QList<QList<double>> sectors;
+    qsizetype sectorCount = 0;
+    QString track;
+    for (const qint64 id : ids) {
+        if (!m_library.run(
+                query,
+                QStringLiteral("SELECT l.id, f.recording_start, f.driver_name, l.lap_number, "
+                               "l.lap_time, f.path, f.track_name, f.track_config "
+                               "FROM laps l JOIN files f ON f.id = l.file_id WHERE l.id = ?"),
+                {id}))
+            return std::nullopt;
+        if (!query.next()) {
+            *problem = QStringLiteral("the library holds no lap %1").arg(id);
+            return std::nullopt;
+        }
+        QVariantList lap;
+        for (int i = 0; i < 6; ++i)
+            lap.append(query.value(i));
+        const QString lapTrack
+            = query.value(6).toString() + QStringLiteral(", ") + query.value(7).toString();
+        if (!track.isEmpty() && lapTrack != track) {
+            *problem = QStringLiteral("lap %1 is of %2, lap %3 of %4: only laps of one track "
+                                      "compare")
+                           .arg(ids.first())
+                           .arg(track)
+                           .arg(id)
+                           .arg(lapTrack);
+            return std::nullopt;
+        }
+        track = lapTrack;
+        if (!m_library.run(query,
+                           QStringLiteral("SELECT seconds FROM sectors WHERE lap_id = ? "
+                                          "ORDER BY sector"),
+                           {id}))
+            return std::nullopt;
+        QList<double> times;
+        while (query.next())
+            times.append(query.value(0).toDouble());
+        sectorCount = std::max(sectorCount, times.size());
+        laps.append(lap);
+        sectors.append(times);
+    }
+
+    QList<RowOutput::Column> columns {
+        {QStringLiteral("id"), QStringLiteral("Id"), Kind::Integer},
+        {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
+        {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
+        {QStringLiteral("lapNumber"), QStringLiteral("Lap"), Kind::Integer},
+        {QStringLiteral("lapTimeSeconds"), QStringLiteral("Time"), Kind::Seconds},
+        {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
+        {QStringLiteral("deltaSeconds"), QStringLiteral("Delta"), Kind::Delta},
+    };
+    for (qsizetype s = 0; s < sectorCount; ++s)
+        columns.append({QStringLiteral("sector%1Seconds").arg(s + 1),
+                        QStringLiteral("S%1").arg(s + 1), Kind::Seconds});
+    RowOutput output(columns);
+    const QVariant reference = laps.first()[4];
+    for (qsizetype i = 0; i < laps.size(); ++i) {
+        QVariantList row = laps[i];
+        const QVariant time = row[4];
+        row.append(time.isNull() || reference.isNull()
+                       ? QVariant(QMetaType::fromType<double>())
+                       : QVariant(time.toDouble() - reference.toDouble()));
+        for (qsizetype s = 0; s < sectorCount; ++s)
+            row.append(s < sectors[i].size() ? QVariant(sectors[i][s])
+                                             : QVariant(QMetaType::fromType<double>()));
+        output.addRow(row);
+    }
+    return output;
+}

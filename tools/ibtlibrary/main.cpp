@@ -42,6 +42,7 @@ int list(Library &library, const CommandLine &commandLine)
 {
     LibraryQueries queries(library);
     std::optional<RowOutput> rows;
+    QString problem;
     if (commandLine.command == u"sessions")
         rows = queries.sessions(commandLine.filter);
     else if (commandLine.command == u"laps")
@@ -52,10 +53,13 @@ int list(Library &library, const CommandLine &commandLine)
         rows = queries.best(commandLine.filter);
     else if (commandLine.command == u"progress")
         rows = queries.progress(commandLine.filter);
+    else if (commandLine.command == u"compare")
+        rows = queries.compare(commandLine.laps, &problem);
     else
         rows = LibraryFiles(library).check();
     if (!rows) {
-        QTextStream(stderr) << "error: " << library.errorString() << Qt::endl;
+        QTextStream(stderr) << "error: " << (problem.isEmpty() ? library.errorString() : problem)
+                            << Qt::endl;
         return 1;
     }
     QTextStream out(stdout);

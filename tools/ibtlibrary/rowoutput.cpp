@@ -54,8 +54,9 @@ QString RowOutput::tableText() const
 {
     QList<TextTable::Column> columns;
     for (const Column &column : m_columns)
-        columns.append(
-            {column.title, column.kind == Kind::Integer || column.kind == Kind::Seconds});
+        columns.append({column.title,
+                        column.kind == Kind::Integer || column.kind == Kind::Seconds
+                            || column.kind == Kind::Delta});
     TextTable table(columns);
     for (const QVariantList &row : m_rows) {
         QStringList cells;
@@ -68,6 +69,9 @@ QString RowOutput::tableText() const
             switch (m_columns[i].kind) {
             case Kind::Seconds:
                 cells.append(LapTime::text(value.toDouble()));
+                break;
+            case Kind::Delta:
+                cells.append(QString::asprintf("%+.3f", value.toDouble()));
                 break;
             case Kind::DateTime:
                 cells.append(QDateTime::fromMSecsSinceEpoch(value.toLongLong(), Qt::UTC)
@@ -102,6 +106,7 @@ QString RowOutput::jsonText() const
                     json = value.toBool();
                     break;
                 case Kind::Seconds:
+                case Kind::Delta:
                     json = value.toDouble();
                     break;
                 case Kind::DateTime:
@@ -143,7 +148,7 @@ QString RowOutput::csvText() const
                 cells.append(dateTimeText(value.toLongLong()));
             else if (m_columns[i].kind == Kind::Boolean)
                 cells.append(value.toBool() ? QStringLiteral("true") : QStringLiteral("false"));
-            else if (m_columns[i].kind == Kind::Seconds)
+            else if (m_columns[i].kind == Kind::Seconds || m_columns[i].kind == Kind::Delta)
                 cells.append(
                     QString::number(value.toDouble(), 'g', QLocale::FloatingPointShortest));
             else

@@ -13,7 +13,8 @@ class RowOutput
 {
 public:
     enum class Format { Table, Json, Csv };
-    enum class Kind { Text, Integer, Boolean, Seconds, DateTime };
+    // Seconds a lap time, Delta a difference of times ("+0.312").
+    enum class Kind { Text, Integer, Boolean, Seconds, Delta, DateTime };
 
     struct Column
     {
