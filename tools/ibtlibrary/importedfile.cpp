@@ -111,8 +111,8 @@ StoredFile ImportedFile::from(const ImportResult &result, const QFileInfo &file,
         }
         if (reasons.isEmpty())
             reasons.append(QStringLiteral("the import failed"));
+        // The laps read before the error are kept with it.
         stored.failure = reasons.join(QStringLiteral("; "));
-        return stored;
     }
     if (result.laps.isEmpty())
         return stored;

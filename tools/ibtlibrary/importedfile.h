@@ -11,8 +11,8 @@
 class ImportedFile
 {
 public:
-    // A file the import failed on keeps its identity, the messages and, as its failure, the
-    // tool's word on the file (why it cannot be read) and the plug-in's error lines.
+    // A file the import failed on keeps, as its failure, the tool's word on the file (why it
+    // cannot be read) and the plug-in's error lines, beside the laps read before the error.
     static StoredFile from(const ImportResult &result, const QFileInfo &file, const QString &hash);
     // A file that could not be imported at all, for that reason.
     static StoredFile failed(const QFileInfo &file, const QString &hash, const QString &reason);

@@ -83,8 +83,9 @@ std::optional<RowOutput> LibraryQueries::sessions(const LapFilter &filter)
               "f.driver_name, f.session_kind, COUNT(l.id), "
               "COALESCE(SUM(CASE WHEN l.timed = 1 THEN 1 ELSE 0 END), 0), "
               "MIN(CASE WHEN l.timed = 1 THEN l.lap_time END), f.path "
-              "FROM files f LEFT JOIN laps l ON l.file_id = f.id WHERE f.failure = ''%1 "
-              "GROUP BY f.id ORDER BY f.recording_start, f.path")
+              "FROM files f LEFT JOIN laps l ON l.file_id = f.id WHERE 1 = 1%1 "
+              "GROUP BY f.id HAVING f.failure = '' OR COUNT(l.id) > 0 "
+              "ORDER BY f.recording_start, f.path")
               .arg(filter.conditions(&values, false));
     QList<RowOutput::Column> columns = sessionColumns();
     columns += {
