@@ -1,10 +1,10 @@
 # Shared by ./run and ./test: install what is missing, then configure and build incrementally.
 
-# Debian 12 packages the project builds with; for the lap library, Qt's SQLite and PostgreSQL
-# drivers, and the PostgreSQL 15 server that its tests start a throwaway cluster of with
-# pg_virtualenv (postgresql-common).
-ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev fonts-dejavu-core libqt6sql6-sqlite libqt6sql6-psql
-    postgresql-15 postgresql-common)
+# Debian 12 packages the project builds with; for the lap library, Qt's SVG writer, its SQLite
+# and PostgreSQL drivers, and the PostgreSQL 15 server that its tests start a throwaway
+# cluster of with pg_virtualenv (postgresql-common).
+ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev qt6-svg-dev fonts-dejavu-core libqt6sql6-sqlite
+    libqt6sql6-psql postgresql-15 postgresql-common)
 # clang with libFuzzer and its sanitizer runtimes, for the fuzz targets (build-fuzz).
 ZUM_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
