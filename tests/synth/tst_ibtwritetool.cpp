@@ -41,6 +41,7 @@ private Q_SLOTS:
     void damageOptions_data();
     void damageOptions();
     void unwritableOutputFails();
+    void startDate();
 
 private:
     QTemporaryDir m_dir;
@@ -92,6 +93,9 @@ void tst_IbtWriteTool::writesASession_data()
         << 2 << 0
         << QByteArrayLiteral(" TrackDisplayName: Aut\xf3"
                              "dromo Jos\xe9 Carlos Pace");
+    QTest::newRow("driver's name")
+        << (quick + QStringList {QStringLiteral("--driver"), QStringLiteral("Jonas Berg")}) << 2
+        << 0 << QByteArrayLiteral("   UserName: Jonas Berg");
 }
 
 void tst_IbtWriteTool::writesASession()
@@ -243,6 +247,15 @@ void tst_IbtWriteTool::unwritableOutputFails()
                             m_dir.filePath(QStringLiteral("no/such/folder/out.ibt"))});
     QCOMPARE(result.exitCode, 1);
     QVERIFY(result.err.contains("cannot create"));
+}
+
+void tst_IbtWriteTool::startDate()
+{
+    const QString path = m_dir.filePath(QStringLiteral("start date.ibt"));
+    const Run result = run({QStringLiteral("--laps"), QStringLiteral("1"),
+                            QStringLiteral("--start-date"), QStringLiteral("1700000000"), path});
+    QCOMPARE(result.exitCode, 0);
+    QCOMPARE(IbtImage::load(path).subHeader().sessionStartDate, 1700000000);
 }
 
 QTEST_GUILESS_MAIN(tst_IbtWriteTool)

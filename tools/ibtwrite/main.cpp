@@ -148,6 +148,9 @@ QList<OptionText> optionTexts()
         {"player-car-idx", "N", dflt("The player's car index", defaults.playerCarIdx)},
         {"duration", "SECONDS", "Seconds of records; fits as many laps as possible."},
         {"start-lap", "N", "The lap counter in the first record."},
+        {"start-date", "SECONDS",
+         dflt("When the recording started, in seconds since the Unix epoch", defaults.startDate)},
+        {"driver", "NAME", dflt("The player's name", defaults.playerName)},
         {"parade-laps", "N", dflt("Race: laps before the green flag", defaults.paradeLaps)},
         {"version1", "", "Format version 1: no SessionTick variable."},
         {"no-isontrack", "", "Leave out the IsOnTrack variable."},
@@ -234,6 +237,9 @@ SessionGenerator::Options readOptions(const QCommandLineParser &parser)
     }
     real("duration", o.duration, 1.0);
     whole("start-lap", o.startLap, IntMax);
+    whole("start-date", o.startDate, std::numeric_limits<qint64>::max());
+    if (has("driver"))
+        o.playerName = text("driver");
     whole("parade-laps", o.paradeLaps, IntMax);
     if (has("version1"))
         o.version = 1;

@@ -1,0 +1,232 @@
+// What the library keeps when things go wrong: an add killed at any moment, two adds at
+// once, a library file that is damaged, read-only or no library at all, a server that is
+// not there or refuses the login. Run on SQLite and on a PostgreSQL server like the other
+// tests of the library.
+
+#include "pluginhost.h"
+#include "sessiongenerator.h"
+#include "testlibrary.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+
+using TestLibrary::run;
+
+class TestLibraryReliability : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void killedAdd_data();
+    void killedAdd();
+    void twoAddsAtOnce();
+    void readOnlyLibrary();
+    void damagedLibrary();
+    void serverNotThere();
+    void loginRefused();
+
+private:
+    // Every session the library lists has all its laps; the number of sessions listed.
+    qsizetype checkComplete(const QString &address);
+    QStringList arguments(const QString &command, const QString &address) const
+    {
+        return {command, QStringLiteral("--db"), address};
+    }
+
+    QTemporaryDir m_dir;
+    QMap<QString, qsizetype> m_lapCounts; // by file, as the plug-in gives them
+};
+
+void TestLibraryReliability::initTestCase()
+{
+    QVERIFY(m_dir.isValid());
+    PluginHost host(QStringLiteral(ZUM_PLUGIN_PATH));
+    QVERIFY2(host.load(), qPrintable(host.errorString()));
+    for (int i = 0; i < 8; ++i) {
+        SessionGenerator::Options options;
+        // Long enough that an import takes a moment, to kill the tool in between.
+        options.trackLength = 4000.0;
+        options.lapTime = 90.0;
+        options.laps = 5;
+        options.otherCars = 5;
+        options.startDate += i * 86400;
+        const QString path = m_dir.filePath(QStringLiteral("session %1; 'ü'.ibt").arg(i));
+        QVERIFY(SessionGenerator(options).write(path));
+        m_lapCounts[QFileInfo(path).absoluteFilePath()] = host.importFile(path).laps.size();
+        QVERIFY(m_lapCounts.last() > 0);
+    }
+}
+
+qsizetype TestLibraryReliability::checkComplete(const QString &address)
+{
+    const TestLibrary::Run listed = run(arguments(QStringLiteral("sessions"), address)
+                                        + QStringList {QStringLiteral("--json")});
+    if (listed.exitCode != 0)
+        return -1;
+    const QJsonArray rows = QJsonDocument::fromJson(listed.out).array();
+    QSet<QString> files;
+    for (const QJsonValue &value : rows) {
+        const QJsonObject row = value.toObject();
+        const QString file = row[u"file"].toString();
+        if (!m_lapCounts.contains(file) || row[u"laps"].toInteger() != m_lapCounts[file]
+            || files.contains(file)) {
+            qWarning() << "stored wrongly:" << file << row[u"laps"].toInteger();
+            return -1;
+        }
+        files.insert(file);
+    }
+    return rows.size();
+}
+
+void TestLibraryReliability::killedAdd_data()
+{
+    QTest::addColumn<int>("storedBeforeKill");
+    QTest::newRow("at the start") << 0;
+    QTest::newRow("after the first file") << 1;
+    QTest::newRow("half way") << 4;
+    QTest::newRow("before the last file") << 7;
+}
+
+void TestLibraryReliability::killedAdd()
+{
+    QFETCH(int, storedBeforeKill);
+    TestLibrary::Fresh library;
+    QVERIFY2(library.isReady(), qPrintable(library.error()));
+    QProcess add;
+    add.setReadChannel(QProcess::StandardError);
+    add.start(QStringLiteral(IBT_LIBRARY_PATH),
+              arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
+    QVERIFY(add.waitForStarted());
+    QByteArray err;
+    while (err.count("\nadded ") + err.startsWith("added ") < storedBeforeKill
+           && add.state() == QProcess::Running) {
+        add.waitForReadyRead(1000);
+        err += add.readAllStandardError();
+    }
+    add.kill(); // SIGKILL: no clean-up of any kind
+    add.waitForFinished();
+    QCOMPARE(add.exitStatus(), QProcess::CrashExit);
+
+    // What was committed is whole; a library killed before it was created is not listed.
+    const qsizetype stored = checkComplete(library.address());
+    if (storedBeforeKill > 0)
+        QVERIFY2(stored >= storedBeforeKill, qPrintable(QString::number(stored)));
+    else
+        QVERIFY(stored >= -1);
+
+    const TestLibrary::Run again
+        = run(arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
+    QCOMPARE(again.exitCode, 0);
+    QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
+}
+
+void TestLibraryReliability::twoAddsAtOnce()
+{
+    TestLibrary::Fresh library;
+    QVERIFY2(library.isReady(), qPrintable(library.error()));
+    // Both create the library at once too.
+    QProcess first;
+    QProcess second;
+    first.start(QStringLiteral(IBT_LIBRARY_PATH),
+                arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
+    second.start(QStringLiteral(IBT_LIBRARY_PATH),
+                 arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
+    QVERIFY(first.waitForFinished(300000));
+    QVERIFY(second.waitForFinished(300000));
+    QVERIFY2(first.exitCode() == 0, first.readAllStandardError().constData());
+    QVERIFY2(second.exitCode() == 0, second.readAllStandardError().constData());
+    QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
+}
+
+QByteArray fileHash(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256);
+}
+
+void TestLibraryReliability::readOnlyLibrary()
+{
+    if (TestLibrary::onServer())
+        QSKIP("a read-only file is the embedded library's case");
+    TestLibrary::Fresh library;
+    const QString one = m_lapCounts.firstKey();
+    QCOMPARE(run(arguments(QStringLiteral("add"), library.address()) + QStringList {one}).exitCode,
+             0);
+    QVERIFY(QFile::setPermissions(library.address(),
+                                  QFile::ReadOwner | QFile::ReadGroup | QFile::ReadOther));
+    const QByteArray before = fileHash(library.address());
+
+    const TestLibrary::Run refused
+        = run(arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.contains("the file is read-only"), refused.err.constData());
+    QCOMPARE(fileHash(library.address()), before);
+    // It can still be read.
+    QCOMPARE(checkComplete(library.address()), 1);
+}
+
+void TestLibraryReliability::damagedLibrary()
+{
+    if (TestLibrary::onServer())
+        QSKIP("a damaged file is the embedded library's case");
+    TestLibrary::Fresh library;
+    QCOMPARE(run(arguments(QStringLiteral("add"), library.address())
+                 + QStringList {m_lapCounts.firstKey()})
+                 .exitCode,
+             0);
+    {
+        // The table of tables, on the first page after the file header, overwritten.
+        QFile file(library.address());
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.seek(100));
+        file.write(QByteArray(900, '\xff'));
+    }
+    const QByteArray before = fileHash(library.address());
+    for (const QString &command : {QStringLiteral("add"), QStringLiteral("laps")}) {
+        QStringList args = arguments(command, library.address());
+        if (command == u"add")
+            args.append(m_dir.path());
+        const TestLibrary::Run refused = run(args);
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY2(refused.err.startsWith("error: library " + library.address().toUtf8()
+                                        + ": cannot be read as a database"),
+                 refused.err.constData());
+        QCOMPARE(fileHash(library.address()), before);
+    }
+}
+
+void TestLibraryReliability::serverNotThere()
+{
+    // Nothing listens on port 1.
+    const QString url = QStringLiteral("postgresql://driver@127.0.0.1:1/laps?connect_timeout=5");
+    const TestLibrary::Run refused
+        = run(arguments(QStringLiteral("add"), url) + QStringList {m_dir.path()});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.startsWith("error: library " + url.toUtf8() + ": cannot connect"),
+             refused.err.constData());
+}
+
+void TestLibraryReliability::loginRefused()
+{
+    if (!TestLibrary::onServer())
+        QSKIP("needs the PostgreSQL server of the run");
+    const QString url = QStringLiteral("postgresql://nobody_here@%1:%2/postgres")
+                            .arg(qEnvironmentVariable("PGHOST"), qEnvironmentVariable("PGPORT"));
+    const TestLibrary::Run refused = run(arguments(QStringLiteral("sessions"), url));
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.startsWith("error: library " + url.toUtf8() + ": cannot connect"),
+             refused.err.constData());
+    // The password of the run's own user, which libpq offers, never shows.
+    QVERIFY(!refused.err.contains(qgetenv("PGPASSWORD")));
+}
+
+QTEST_GUILESS_MAIN(TestLibraryReliability)
+#include "tst_libraryreliability.moc"

@@ -1,0 +1,178 @@
+#include "addcommand.h"
+
+#include "filehash.h"
+#include "importedfile.h"
+#include "importworker.h"
+#include "importworkers.h"
+#include "laptime.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QTextStream>
+
+#include <algorithm>
+
+namespace {
+
+QString absolutePath(const QFileInfo &file)
+{
+    return QDir::fromNativeSeparators(QDir::cleanPath(file.absoluteFilePath()));
+}
+
+} // namespace
+
+AddCommand::AddCommand(Library &library, const Settings &settings, QTextStream &err)
+    : m_library(library)
+    , m_settings(settings)
+    , m_err(err)
+{ }
+
+QStringList AddCommand::collect(const QStringList &paths)
+{
+    QStringList files;
+    for (const QString &path : paths) {
+        const QFileInfo info(path);
+        if (info.isDir()) {
+            QStringList found;
+            QDirIterator it(path, {QStringLiteral("*.ibt")}, QDir::Files | QDir::Readable,
+                            QDirIterator::Subdirectories | QDirIterator::FollowSymlinks);
+            while (it.hasNext())
+                found.append(absolutePath(QFileInfo(it.next())));
+            std::sort(found.begin(), found.end());
+            files += found;
+        } else if (info.exists()) {
+            files.append(absolutePath(info));
+        } else {
+            m_failures.append(QStringLiteral("%1: does not exist").arg(path));
+        }
+    }
+    files.removeDuplicates();
+    return files;
+}
+
+int AddCommand::exec(const QStringList &paths)
+{
+    m_clock.start();
+    QList<Library::KnownFile> known;
+    if (!m_library.knownFiles(&known)) {
+        m_err << "error: " << m_library.errorString() << Qt::endl;
+        return 1;
+    }
+    for (const Library::KnownFile &file : known) {
+        m_byPath.insert(file.path, file);
+        m_byHash.insert(file.hash, file);
+    }
+
+    const QStringList files = collect(paths);
+    QStringList imports;
+    qsizetype done = 0;
+    for (const QString &file : files) {
+        if (isUnchanged(file))
+            progress(++done, files.size());
+        else
+            imports.append(file);
+    }
+    ImportWorkers workers(QCoreApplication::applicationFilePath(),
+                          {ImportWorker::argument(), m_settings.pluginPath}, m_settings.jobs);
+    workers.run(imports, [&](const StoredFile &file) {
+        store(file);
+        progress(++done, files.size());
+    });
+    if (m_settings.terminal && !files.isEmpty())
+        m_err << '\n';
+    m_err << QStringLiteral("%1 of %2 files imported (%3 laps), %4 unchanged, %5 failed")
+                 .arg(m_imported)
+                 .arg(files.size())
+                 .arg(m_laps)
+                 .arg(m_unchanged)
+                 .arg(m_failures.size())
+          << Qt::endl;
+    for (const QString &failure : std::as_const(m_failures))
+        m_err << "error: " << failure << '\n';
+    m_err.flush();
+    return m_failures.isEmpty() ? 0 : 1;
+}
+
+bool AddCommand::isUnchanged(const QString &path)
+{
+    const QFileInfo info(path);
+    const auto known = m_byPath.constFind(path);
+    if (known == m_byPath.cend() || known->size != info.size()
+        || known->modified.toMSecsSinceEpoch() != info.lastModified().toUTC().toMSecsSinceEpoch())
+        return false;
+    ++m_unchanged;
+    if (!known->failure.isEmpty())
+        m_failures.append(QStringLiteral("%1: %2 (unchanged since it failed)")
+                              .arg(QDir::toNativeSeparators(path), known->failure));
+    return true;
+}
+
+bool AddCommand::isKnownContents(const StoredFile &file)
+{
+    const auto known = m_byHash.constFind(file.hash);
+    if (known == m_byHash.cend())
+        return false;
+    const QString path = QDir::toNativeSeparators(file.path);
+    ++m_unchanged;
+    // A copy beside a file that is still there is not stored twice.
+    if (known->path != file.path && QFileInfo::exists(known->path)) {
+        if (!m_settings.terminal)
+            m_err << QStringLiteral("note: %1 is the same as %2, which is already in the library")
+                         .arg(path, QDir::toNativeSeparators(known->path))
+                  << Qt::endl;
+        return true;
+    }
+    // Touched in place, or moved from a path that is gone: the stored rows stay, under the
+    // file's new path and time stamp.
+    if (!m_library.updateIdentity(known->id, file.path, file.size, file.modified))
+        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+    return true;
+}
+
+void AddCommand::store(StoredFile stored)
+{
+    const QString path = QDir::toNativeSeparators(stored.path);
+    if (stored.hash.isEmpty()) {
+        // The file could not be read, or its import ended its worker: the failure is stored
+        // when the contents can be told apart, so that the next add does not try again.
+        QString error;
+        const std::optional<QString> hash = FileHash::of(stored.path, &error);
+        if (!hash) {
+            m_failures.append(QStringLiteral("%1: %2").arg(path, stored.failure));
+            return;
+        }
+        stored.hash = *hash;
+    }
+    if (isKnownContents(stored))
+        return;
+    if (!m_library.store(stored)) {
+        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+        return;
+    }
+    if (!stored.failure.isEmpty()) {
+        m_failures.append(QStringLiteral("%1: %2").arg(path, stored.failure));
+        return;
+    }
+    ++m_imported;
+    m_laps += stored.laps.size();
+    if (!m_settings.terminal)
+        m_err << QStringLiteral("added %1: %2 laps").arg(path).arg(stored.laps.size()) << Qt::endl;
+}
+
+void AddCommand::progress(qsizetype done, qsizetype total)
+{
+    if (!m_settings.terminal)
+        return;
+    constexpr int Width = 30;
+    const int filled = int(Width * done / std::max<qsizetype>(total, 1));
+    const double elapsed = m_clock.elapsed() / 1000.0;
+    const double left = done > 0 ? elapsed * double(total - done) / double(done) : 0.0;
+    m_err << '\r' << '[' << QString(filled, QLatin1Char('#'))
+          << QString(Width - filled, QLatin1Char('.')) << "] " << done << '/' << total << " files, "
+          << m_laps << " laps, " << LapTime::clockText(elapsed).section(QLatin1Char('.'), 0, 0)
+          << " elapsed, " << LapTime::clockText(left).section(QLatin1Char('.'), 0, 0) << " left "
+          << Qt::flush;
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "lapfilter.h"
+#include "rowoutput.h"
+
+#include <QString>
+#include <QStringList>
+
+// What ibt-library was asked to do: the command, the library's address, and the command's
+// own options. --db may stand before or after the command's name.
+struct CommandLine
+{
+    enum class Parse { Run, Exit };
+
+    QString command;
+    QString database; // the --db value; empty for IBT_LIBRARY or the default file
+    QStringList paths; // add
+    QString pluginPath; // add --plugin; empty for the one beside the tool
+    int jobs = 0; // add --jobs; 0: one per core
+    LapFilter filter;
+    bool sortByTime = false; // laps --sort time
+    QString plot; // progress --plot
+    QList<qint64> laps; // compare
+    RowOutput::Format format = RowOutput::Format::Table;
+
+    // Exit with `*status` for --help, --version and a wrong command line, whose message it
+    // has written.
+    Parse parse(const QStringList &arguments, int *status);
+};

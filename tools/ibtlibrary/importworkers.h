@@ -1,0 +1,30 @@
+#pragma once
+
+#include "storedfile.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+// The tool's side of `add`: hashes and imports files in worker processes side by side (see
+// ImportWorker), each worker one file at a time, and hands each file's result over as it
+// comes. A worker that dies takes only its current file with it, which comes back as failed
+// (without a hash), and another takes its place.
+class ImportWorkers
+{
+public:
+    using Done = std::function<void(const StoredFile &)>;
+
+    // `program` and `arguments` start one worker.
+    ImportWorkers(QString program, QStringList arguments, int count);
+
+    // Returns when every file is done.
+    void run(const QStringList &paths, const Done &done);
+
+private:
+    QString m_program;
+    QStringList m_arguments;
+    int m_count;
+};
