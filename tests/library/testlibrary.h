@@ -5,6 +5,8 @@
 // its own on the server that the PG* variables name (pg_virtualenv sets them for a throwaway
 // cluster). And the tool, run as a user runs it.
 
+#include "toolprocess.h"
+
 #include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -84,27 +86,11 @@ private:
     bool m_ready = false;
 };
 
-struct Run
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
+using Run = ToolProcess::Run;
 
 inline Run run(const QStringList &arguments)
 {
-    QProcess process;
-    process.start(QStringLiteral(IBT_LIBRARY_PATH), arguments);
-    Run result;
-    if (!process.waitForFinished(300000)) {
-        process.kill();
-        process.waitForFinished();
-        return result;
-    }
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = process.readAllStandardOutput();
-    result.err = process.readAllStandardError();
-    return result;
+    return ToolProcess::run(QStringLiteral(IBT_LIBRARY_PATH), arguments);
 }
 
 } // namespace TestLibrary

@@ -7,6 +7,7 @@
 #include "lap.h"
 #include "plugininterfaceimport.h"
 #include "sessiongenerator.h"
+#include "toolprocess.h"
 
 #include <QDir>
 #include <QFile>
@@ -26,12 +27,7 @@ using Laps = QList<QSharedPointer<ZUM::SDK::Lap>>;
 
 inline const QString pluginPrefix = QStringLiteral("[ZUM iRacing ibt import plugin plugin] ");
 
-struct Run
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
+using Run = ToolProcess::Run;
 
 // The sessions the tool's tests run on: the default practice session, two short ones (the
 // second with another driver, recorded a day earlier) and one without the player's car.
@@ -105,19 +101,7 @@ protected:
 
 inline Run run(const QStringList &arguments, const QProcessEnvironment &environment)
 {
-    QProcess process;
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(IBT_LAPS_PATH), arguments);
-    Run result;
-    if (!process.waitForFinished(300000)) {
-        process.kill();
-        process.waitForFinished();
-        return result;
-    }
-    result.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = process.readAllStandardOutput();
-    result.err = process.readAllStandardError();
-    return result;
+    return ToolProcess::run(QStringLiteral(IBT_LAPS_PATH), arguments, environment);
 }
 
 inline ZUM::SDK::PluginInterfaceImport *plugin()

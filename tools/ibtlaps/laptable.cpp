@@ -1,6 +1,7 @@
 #include "laptable.h"
 
 #include "lapchannels.h"
+#include "lapkind.h"
 #include "laptime.h"
 #include "sectortimes.h"
 #include "sessionlabel.h"
@@ -26,18 +27,6 @@ QString line(const QString &label, const QString &value)
 QString textOrDash(const QString &text)
 {
     return text.isEmpty() ? QStringLiteral("-") : text;
-}
-
-QString flyingLapText(qint32 flyingLap)
-{
-    switch (flyingLap) {
-    case 0:
-        return QStringLiteral("out");
-    case 1:
-        return QStringLiteral("flying");
-    default:
-        return QStringLiteral("-");
-    }
 }
 
 QString trackText(const LapHeader &header, Units units)
@@ -184,7 +173,7 @@ QStringList rowOf(const Lap &lap)
         QStringLiteral("%1/%2").arg(header.stint).arg(header.lapInStint),
         LapTime::text(header.lapTime),
         header.completed ? QStringLiteral("yes") : QStringLiteral("no"),
-        flyingLapText(header.flyingLap),
+        lapKindLabel(header),
         sessionLabel(header),
         QString::number(lap.size()),
         start ? LapTime::clockText(*start) : QStringLiteral("-"),

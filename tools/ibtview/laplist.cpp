@@ -1,23 +1,12 @@
 #include "laplist.h"
 
+#include "lapkind.h"
 #include "laptime.h"
 
 #include <QFileInfo>
 #include <QHeaderView>
 
 namespace {
-
-QString kindText(const ZUM::SDK::LapHeader &header)
-{
-    switch (header.flyingLap) {
-    case 0:
-        return QStringLiteral("out");
-    case 1:
-        return QStringLiteral("flying");
-    default:
-        return QStringLiteral("-");
-    }
-}
 
 QTableWidgetItem *cell(const QString &text, bool best = false)
 {
@@ -82,7 +71,7 @@ void LapList::rebuild()
         setItem(row, 2, cell(QString::number(header.lapNumber)));
         setItem(row, 3, cell(QStringLiteral("%1/%2").arg(header.stint).arg(header.lapInStint)));
         setItem(row, 4, cell(LapTime::text(header.lapTime), key.lap == file.best));
-        setItem(row, 5, cell(kindText(header)));
+        setItem(row, 5, cell(lapKindLabel(header)));
         const std::optional<SectorTimes> &times = file.sectorTimes[key.lap];
         for (qsizetype s = 0; s < sectors; ++s) {
             const bool has = times && s < times->times().size();
