@@ -23,17 +23,14 @@ QList<RowOutput::Column> sessionColumns()
     };
 }
 
-// The columns of one lap, as the SELECT lists below give them.
+// The columns of one lap, as the SELECT lists below give them: its own identifier, its
+// session's columns, then its own.
 QList<RowOutput::Column> lapColumns()
 {
-    return {
-        {QStringLiteral("id"), QStringLiteral("Id"), Kind::Integer},
-        {QStringLiteral("recordingStart"), QStringLiteral("Recorded (UTC)"), Kind::DateTime},
-        {QStringLiteral("trackName"), QStringLiteral("Track"), Kind::Text},
-        {QStringLiteral("trackConfigName"), QStringLiteral("Configuration"), Kind::Text},
-        {QStringLiteral("carName"), QStringLiteral("Car"), Kind::Text},
-        {QStringLiteral("driverName"), QStringLiteral("Driver"), Kind::Text},
-        {QStringLiteral("sessionName"), QStringLiteral("Session"), Kind::Text},
+    QList<RowOutput::Column> columns
+        = {{QStringLiteral("id"), QStringLiteral("Id"), Kind::Integer}};
+    columns += sessionColumns().mid(1);
+    columns += {
         {QStringLiteral("lapNumber"), QStringLiteral("Lap"), Kind::Integer},
         {QStringLiteral("stint"), QStringLiteral("Stint"), Kind::Integer},
         {QStringLiteral("lapInStint"), QStringLiteral("In stint"), Kind::Integer},
@@ -42,6 +39,7 @@ QList<RowOutput::Column> lapColumns()
         {QStringLiteral("lapTimeSeconds"), QStringLiteral("Time"), Kind::Seconds},
         {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
     };
+    return columns;
 }
 
 const QString lapSelect = QStringLiteral(
