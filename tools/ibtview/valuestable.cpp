@@ -4,7 +4,16 @@
 
 #include <QHeaderView>
 
+#include <algorithm>
 #include <cmath>
+
+namespace {
+
+// Lap names of several files can be long; the values beside them are what the table is for.
+constexpr int maxNameWidth = 200; // pixels
+constexpr int minNameWidth = 60;
+
+} // namespace
 
 ValuesTable::ValuesTable(ViewModel &model, LapTraces &traces, QWidget *parent)
     : QTableWidget(parent)
@@ -12,6 +21,7 @@ ValuesTable::ValuesTable(ViewModel &model, LapTraces &traces, QWidget *parent)
     , m_traces(traces)
 {
     verticalHeader()->hide();
+    setTextElideMode(Qt::ElideMiddle);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     for (const auto signal :
          {&ViewModel::lapsChanged, &ViewModel::overlayChanged, &ViewModel::referenceChanged,
@@ -36,6 +46,7 @@ void ValuesTable::refresh()
     for (int row = 0; row < laps.size(); ++row) {
         const ViewModel::LapKey key = laps[row];
         auto *name = new QTableWidgetItem(m_model.lapName(key));
+        name->setToolTip(name->text());
         // A swatch of the lap's colour: the lighter colours read poorly as text.
         name->setData(Qt::DecorationRole, LapTraces::colour(m_model, key));
         setItem(row, 0, name);
@@ -54,4 +65,5 @@ void ValuesTable::refresh()
                                           : QStringLiteral("%1 [%2]").arg(m_channels[c], units[c]));
     setHorizontalHeaderLabels(headers);
     resizeColumnsToContents();
+    setColumnWidth(0, std::clamp(columnWidth(0), minNameWidth, maxNameWidth));
 }

@@ -3,6 +3,7 @@
 #include "lapchannels.h"
 #include "lapranking.h"
 #include "laptime.h"
+#include "summarytext.h"
 
 #include <QFileInfo>
 
@@ -69,17 +70,10 @@ const ZUM::SDK::Lap &ViewModel::lap(LapKey key) const
 
 QString ViewModel::lapName(LapKey key) const
 {
-    const ZUM::SDK::LapHeader &header = lap(key).header();
-    const Laps &laps = m_files[key.file].result.laps;
-    const bool stints = std::any_of(laps.begin(), laps.end(), [&](const auto &other) {
-        return other->header().stint != header.stint;
-    });
-    QString name = QStringLiteral("%1 lap %2")
-                       .arg(QFileInfo(m_files[key.file].result.file).fileName())
-                       .arg(header.lapNumber);
-    if (stints)
-        name += QStringLiteral(" (stint %1)").arg(header.stint);
-    return name;
+    const QString lapName = SummaryText::lapName(m_files[key.file].result.laps, key.lap);
+    if (m_files.size() < 2)
+        return lapName;
+    return QFileInfo(m_files[key.file].result.file).fileName() + QLatin1Char(' ') + lapName;
 }
 
 bool ViewModel::isOverlaid(LapKey key) const

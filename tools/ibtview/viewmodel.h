@@ -51,7 +51,8 @@ public:
     // Every lap of every open file, file by file in lap order.
     QList<LapKey> laps() const;
     const ZUM::SDK::Lap &lap(LapKey key) const;
-    // "file.ibt lap 3"; with the stint when the file has more than one.
+    // "lap 3", with the stint when the file has more than one ("lap 3 of stint 2"), and the
+    // file's name before it when several files are open.
     QString lapName(LapKey key) const;
 
     bool isOverlaid(LapKey key) const;
