@@ -34,8 +34,10 @@ std::optional<DatabaseAddress> DatabaseAddress::resolve(const QString &given, QS
 
 QString DatabaseAddress::defaultFile()
 {
-    return QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)
-        + QStringLiteral("/library.sqlite");
+    // Not the application-data folder, which Qt names after the program asking: every tool
+    // that reads the library (ibt-library, ibt-view) must find the same file.
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/ibt-library/library.sqlite");
 }
 
 std::optional<DatabaseAddress> DatabaseAddress::parse(const QString &text, QString *error)

@@ -14,11 +14,13 @@ public:
     enum class Engine { SQLite, PostgreSQL };
 
     // From the --db value when given, else the IBT_LIBRARY environment variable, else the
-    // library file under the user's application-data folder. Null with *error set for a URL
-    // that cannot be used.
+    // default file. Null with *error set for a URL that cannot be used.
     static std::optional<DatabaseAddress> resolve(const QString &given, QString *error);
     // The same for one text, without the fallbacks.
     static std::optional<DatabaseAddress> parse(const QString &text, QString *error);
+    // The library file of the user's, one for every tool and system user: "ibt-library/
+    // library.sqlite" under the user's data folder (~/.local/share on Linux, AppData/Local on
+    // Windows, ~/Library/Application Support on macOS).
     static QString defaultFile();
 
     Engine engine() const { return m_engine; }
