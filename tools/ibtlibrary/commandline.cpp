@@ -38,20 +38,23 @@ QString overview()
         .arg(QDir::toNativeSeparators(DatabaseAddress::defaultFile()));
 }
 
-// A date "2024-06-01" or date and time "2024-06-01T14:00", UTC; for `until` a date alone
-// takes in its whole day.
-QDateTime dateOption(const QString &text, bool endOfDay, bool *ok)
+// A date "2024-06-01" or date and time "2024-06-01T14:00", UTC, into the filter's lower or
+// upper bound; a date alone takes in its whole day.
+bool setDateOption(LapFilter &filter, bool until, const QString &text)
 {
     const QDate date = QDate::fromString(text, Qt::ISODate);
     if (date.isValid()) {
-        *ok = true;
-        return QDateTime(endOfDay ? date.addDays(1) : date, QTime(0, 0), Qt::UTC);
+        if (until)
+            filter.setUntilDay(date);
+        else
+            filter.setSinceDay(date);
+        return true;
     }
     QDateTime dateTime = QDateTime::fromString(text, Qt::ISODate);
-    *ok = dateTime.isValid();
     if (dateTime.timeSpec() == Qt::LocalTime)
         dateTime.setTimeSpec(Qt::UTC);
-    return dateTime;
+    (until ? filter.until : filter.since) = dateTime;
+    return dateTime.isValid();
 }
 
 } // namespace
@@ -223,10 +226,9 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
     filter.car = parser.value(car);
     filter.driver = parser.value(driver);
     filter.kind = parser.value(kind);
-    bool ok = true;
-    if (parser.isSet(since) && (filter.since = dateOption(parser.value(since), false, &ok), !ok))
+    if (parser.isSet(since) && !setDateOption(filter, false, parser.value(since)))
         return usageError(QStringLiteral("--since: \"%1\" is not a date").arg(parser.value(since)));
-    if (parser.isSet(until) && (filter.until = dateOption(parser.value(until), true, &ok), !ok))
+    if (parser.isSet(until) && !setDateOption(filter, true, parser.value(until)))
         return usageError(QStringLiteral("--until: \"%1\" is not a date").arg(parser.value(until)));
     filter.timedOnly = command == u"laps" && parser.isSet(timed);
     if (command == u"laps" && parser.isSet(sort)) {

@@ -14,6 +14,16 @@ QString containing(const QString &text)
 
 } // namespace
 
+void LapFilter::setSinceDay(QDate day)
+{
+    since = QDateTime(day, QTime(0, 0), Qt::UTC);
+}
+
+void LapFilter::setUntilDay(QDate day)
+{
+    until = QDateTime(day.addDays(1), QTime(0, 0), Qt::UTC);
+}
+
 QString LapFilter::conditions(QVariantList *values, bool withLaps) const
 {
     QString sql;

@@ -16,6 +16,10 @@ struct LapFilter
     QDateTime until; // exclusive
     bool timedOnly = false;
 
+    // Whole days, UTC: from the start of the first, through the end of the last.
+    void setSinceDay(QDate day);
+    void setUntilDay(QDate day);
+
     // " AND ..." conditions on the tables "files f" and, with laps, "laps l", each value
     // appended to `values` in the order of its placeholder.
     QString conditions(QVariantList *values, bool withLaps) const;

@@ -18,13 +18,19 @@ void RowOutput::addRow(QVariantList values)
     m_rows.append(std::move(values));
 }
 
-QVariant RowOutput::value(qsizetype row, const QString &key) const
+qsizetype RowOutput::columnOf(const QString &key) const
 {
     for (qsizetype i = 0; i < m_columns.size(); ++i) {
         if (m_columns[i].key == key)
-            return m_rows[row][i];
+            return i;
     }
-    return {};
+    return -1;
+}
+
+QVariant RowOutput::value(qsizetype row, const QString &key) const
+{
+    const qsizetype column = columnOf(key);
+    return column >= 0 ? m_rows[row][column] : QVariant();
 }
 
 void RowOutput::write(QTextStream &out, Format format) const
@@ -50,40 +56,41 @@ QString RowOutput::dateTimeText(qint64 milliseconds)
         + QStringLiteral("+00:00");
 }
 
+QString RowOutput::text(qsizetype row, qsizetype column) const
+{
+    const QVariant &value = m_rows[row][column];
+    if (value.isNull())
+        return QStringLiteral("-");
+    switch (m_columns[column].kind) {
+    case Kind::Seconds:
+        return LapTime::text(value.toDouble());
+    case Kind::Delta:
+        return QString::asprintf("%+.3f", value.toDouble());
+    case Kind::DateTime:
+        return QDateTime::fromMSecsSinceEpoch(value.toLongLong(), Qt::UTC)
+            .toString(QStringLiteral("yyyy-MM-dd hh:mm"));
+    case Kind::Boolean:
+        return value.toBool() ? QStringLiteral("yes") : QStringLiteral("no");
+    default:
+        return value.toString();
+    }
+}
+
+bool RowOutput::isNumeric(Kind kind)
+{
+    return kind == Kind::Integer || kind == Kind::Seconds || kind == Kind::Delta;
+}
+
 QString RowOutput::tableText() const
 {
     QList<TextTable::Column> columns;
     for (const Column &column : m_columns)
-        columns.append({column.title,
-                        column.kind == Kind::Integer || column.kind == Kind::Seconds
-                            || column.kind == Kind::Delta});
+        columns.append({column.title, isNumeric(column.kind)});
     TextTable table(columns);
-    for (const QVariantList &row : m_rows) {
+    for (qsizetype row = 0; row < m_rows.size(); ++row) {
         QStringList cells;
-        for (qsizetype i = 0; i < m_columns.size(); ++i) {
-            const QVariant &value = row[i];
-            if (value.isNull()) {
-                cells.append(QStringLiteral("-"));
-                continue;
-            }
-            switch (m_columns[i].kind) {
-            case Kind::Seconds:
-                cells.append(LapTime::text(value.toDouble()));
-                break;
-            case Kind::Delta:
-                cells.append(QString::asprintf("%+.3f", value.toDouble()));
-                break;
-            case Kind::DateTime:
-                cells.append(QDateTime::fromMSecsSinceEpoch(value.toLongLong(), Qt::UTC)
-                                 .toString(QStringLiteral("yyyy-MM-dd hh:mm")));
-                break;
-            case Kind::Boolean:
-                cells.append(value.toBool() ? QStringLiteral("yes") : QStringLiteral("no"));
-                break;
-            default:
-                cells.append(value.toString());
-            }
-        }
+        for (qsizetype column = 0; column < m_columns.size(); ++column)
+            cells.append(text(row, column));
         table.addRow(cells);
     }
     return table.text();

@@ -25,9 +25,16 @@ public:
 
     explicit RowOutput(QList<Column> columns);
     void addRow(QVariantList values);
+    const QList<Column> &columns() const { return m_columns; }
     qsizetype rowCount() const { return m_rows.size(); }
+    // The index of the column of that key; -1 for an unknown key.
+    qsizetype columnOf(const QString &key) const;
     // The value in the row under the column of that key; invalid for an unknown key.
     QVariant value(qsizetype row, const QString &key) const;
+    // A cell as the table shows it: "1:39.612", "2024-06-01 12:34", "yes", "-" for null.
+    QString text(qsizetype row, qsizetype column) const;
+    // Numbers and times, which the table aligns to the right.
+    static bool isNumeric(Kind kind);
 
     void write(QTextStream &out, Format format) const;
 
