@@ -259,13 +259,19 @@ bool Library::knownFiles(QList<KnownFile> *files)
     query.setForwardOnly(true);
     if (!run(query, QStringLiteral("SELECT id, path, size, modified, hash, failure FROM files")))
         return false;
-    while (query.next()) {
-        files->append({query.value(0).toLongLong(), query.value(1).toString(),
-                       query.value(2).toLongLong(),
-                       QDateTime::fromMSecsSinceEpoch(query.value(3).toLongLong(), Qt::UTC),
-                       query.value(4).toString(), query.value(5).toString()});
-    }
+    while (query.next())
+        files->append(KnownFile::fromRow(query, 0));
     return true;
+}
+
+Library::KnownFile Library::KnownFile::fromRow(const QSqlQuery &query, int first)
+{
+    return {query.value(first).toLongLong(),
+            query.value(first + 1).toString(),
+            query.value(first + 2).toLongLong(),
+            QDateTime::fromMSecsSinceEpoch(query.value(first + 3).toLongLong(), Qt::UTC),
+            query.value(first + 4).toString(),
+            query.value(first + 5).toString()};
 }
 
 bool Library::store(const StoredFile &file)

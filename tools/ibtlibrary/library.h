@@ -32,6 +32,10 @@ public:
         QDateTime modified;
         QString hash;
         QString failure;
+
+        // From the columns id, path, size, modified, hash and failure of the table "files",
+        // given in that order from the query's column `first` on.
+        static KnownFile fromRow(const QSqlQuery &query, int first);
     };
 
     explicit Library(const DatabaseAddress &address);

@@ -9,6 +9,17 @@ LibraryFiles::LibraryFiles(Library &library)
     : m_library(library)
 { }
 
+LibraryFiles::Presence LibraryFiles::presence(const Library::KnownFile &file)
+{
+    const QFileInfo info(file.path);
+    if (!info.isFile())
+        return Presence::Vanished;
+    if (info.size() != file.size
+        || info.lastModified().toMSecsSinceEpoch() != file.modified.toMSecsSinceEpoch())
+        return Presence::Different;
+    return Presence::AsAdded;
+}
+
 std::optional<RowOutput> LibraryFiles::check()
 {
     QList<Library::KnownFile> files;
@@ -22,13 +33,11 @@ std::optional<RowOutput> LibraryFiles::check()
         {QStringLiteral("file"), QStringLiteral("File"), RowOutput::Kind::Text},
     });
     for (const Library::KnownFile &file : std::as_const(files)) {
-        const QFileInfo info(file.path);
+        const Presence presence = LibraryFiles::presence(file);
         QString status;
-        if (!info.isFile()) {
+        if (presence == Presence::Vanished) {
             status = QStringLiteral("vanished");
-        } else if (info.size() != file.size
-                   || info.lastModified().toMSecsSinceEpoch()
-                       != file.modified.toMSecsSinceEpoch()) {
+        } else if (presence == Presence::Different) {
             QString error;
             const std::optional<QString> hash = FileHash::of(file.path, &error);
             status = !hash           ? QStringLiteral("unreadable: ") + error

@@ -12,7 +12,12 @@
 class LibraryFiles
 {
 public:
+    // A stored file against the disk by its size and time alone, without reading it.
+    enum class Presence { AsAdded, Vanished, Different };
+
     explicit LibraryFiles(Library &library);
+
+    static Presence presence(const Library::KnownFile &file);
 
     // One row per file that is not as it was added: "changed" (other contents), "touched"
     // (the same contents, another time stamp) or "vanished" (not at its path: moved or

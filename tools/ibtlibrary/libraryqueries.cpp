@@ -2,6 +2,7 @@
 
 #include "library.h"
 
+#include <QCollator>
 #include <QSqlQuery>
 #include <QSqlRecord>
 
@@ -231,4 +232,62 @@ std::optional<RowOutput> LibraryQueries::compare(const QList<qint64> &ids, QStri
         output.addRow(row);
     }
     return output;
+}
+
+std::optional<QStringList> LibraryQueries::names(Field field)
+{
+    const char *column = field == Field::Track ? "track_name"
+        : field == Field::Car                  ? "car_name"
+        : field == Field::Driver               ? "driver_name"
+                                               : "session_kind";
+    QSqlQuery query(m_library.database());
+    query.setForwardOnly(true);
+    if (!m_library.run(query,
+                       QStringLiteral("SELECT DISTINCT %1 FROM files WHERE %1 <> ''")
+                           .arg(QLatin1String(column))))
+        return std::nullopt;
+    QStringList names;
+    while (query.next())
+        names.append(query.value(0).toString());
+    // The engines order text by different rules; a person reads it in their language's.
+    QCollator collator;
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    std::sort(names.begin(), names.end(), collator);
+    return names;
+}
+
+std::optional<QList<LibraryQueries::LapPlace>> LibraryQueries::lapPlaces(const QList<qint64> &ids)
+{
+    if (ids.isEmpty())
+        return QList<LapPlace>();
+    QVariantList values;
+    for (const qint64 id : ids)
+        values.append(id);
+    QStringList placeholders(ids.size(), QStringLiteral("?"));
+    QSqlQuery query(m_library.database());
+    query.setForwardOnly(true);
+    if (!m_library.run(query,
+                       QStringLiteral("SELECT l.id, l.lap_number, l.stint, l.lap_in_stint, f.id, "
+                                      "f.path, f.size, f.modified, f.hash, f.failure "
+                                      "FROM laps l JOIN files f ON f.id = l.file_id "
+                                      "WHERE l.id IN (%1)")
+                           .arg(placeholders.join(QStringLiteral(", "))),
+                       values))
+        return std::nullopt;
+    QHash<qint64, LapPlace> found;
+    while (query.next()) {
+        LapPlace place;
+        place.id = query.value(0).toLongLong();
+        place.lapNumber = query.value(1).toInt();
+        place.stint = query.value(2).toInt();
+        place.lapInStint = query.value(3).toInt();
+        place.file = Library::KnownFile::fromRow(query, 4);
+        found.insert(place.id, place);
+    }
+    QList<LapPlace> places;
+    for (const qint64 id : ids) {
+        if (const auto place = found.constFind(id); place != found.cend())
+            places.append(*place);
+    }
+    return places;
 }

@@ -1,11 +1,12 @@
 #pragma once
 
 #include "lapfilter.h"
+#include "library.h"
 #include "rowoutput.h"
 
-#include <optional>
+#include <QStringList>
 
-class Library;
+#include <optional>
 
 // The library's answers to the listing commands, as rows to print. They read the lap index
 // only, never a trace.
@@ -13,6 +14,18 @@ class LibraryQueries
 {
 public:
     enum class LapOrder { Date, Time };
+    // The names a filter matches.
+    enum class Field { Track, Car, Driver, SessionKind };
+
+    // Where a lap is: its file as the library knows it, and the lap's numbers in that file.
+    struct LapPlace
+    {
+        qint64 id = 0;
+        int lapNumber = 0;
+        int stint = 0;
+        int lapInStint = 0;
+        Library::KnownFile file;
+    };
 
     explicit LibraryQueries(Library &library);
 
@@ -29,6 +42,13 @@ public:
     // set for an identifier the library does not hold or laps of different tracks (or with
     // the library's errorString() set when a query fails).
     std::optional<RowOutput> compare(const QList<qint64> &ids, QString *problem);
+
+    // Each name the library's files give in the field once, in alphabetical order, for a
+    // filter to offer.
+    std::optional<QStringList> names(Field field);
+    // The laps of these identifiers, in the order given; one the library does not hold is
+    // left out.
+    std::optional<QList<LapPlace>> lapPlaces(const QList<qint64> &ids);
 
 private:
     std::optional<RowOutput> rows(QList<RowOutput::Column> columns, const QString &sql,
