@@ -114,6 +114,7 @@ public:
         int otherCars = 3; // cars besides the player, at the lowest free car indexes
         int playerCarIdx = 0;
         QString playerName = QStringLiteral("Marta Lindqvist");
+        QString carScreenName = QStringLiteral("Mercedes AMG GT4"); // every car's
 
         // Replay: where the 2x stretch begins (session time; < 0: the middle of the first
         // flying lap) and how many records it covers.
