@@ -41,6 +41,7 @@ private slots:
     void referenceIsTheFastestLapOfAllFiles();
     void chosenReferenceStays();
     void overlay();
+    void overlaidLapsOfOneFile();
     void sectorsAreTheTracksOwn();
     void visibleRange_data();
     void visibleRange();
@@ -151,6 +152,24 @@ void tst_ViewModel::overlay()
     model->setOverlaid({0, 4}, false);
     QVERIFY(!model->isOverlaid({0, 4}));
     QCOMPARE(changes.size(), 3);
+}
+
+void tst_ViewModel::overlaidLapsOfOneFile()
+{
+    ViewModel model;
+    model.addFile(m_practice);
+    model.addFile(m_short);
+    const Key otherBest {1, model.files()[1].best};
+    QVERIFY(otherBest.isValid() && model.isOverlaid(otherBest));
+    QSignalSpy changes(&model, &ViewModel::overlayChanged);
+    // The practice's best gives way to the laps asked for; the other file keeps its own.
+    model.setOverlaidLaps(0, {3, 1});
+    QCOMPARE(model.overlaid(), QList<Key>({{0, 1}, {0, 3}, otherBest}));
+    QCOMPARE(changes.size(), 1);
+    model.setOverlaidLaps(0, {1, 3}); // no change
+    QCOMPARE(changes.size(), 1);
+    model.setOverlaidLaps(0, {});
+    QCOMPARE(model.overlaid(), QList<Key> {otherBest});
 }
 
 void tst_ViewModel::sectorsAreTheTracksOwn()

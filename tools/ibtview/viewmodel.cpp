@@ -92,6 +92,24 @@ void ViewModel::setOverlaid(LapKey key, bool overlaid)
     emit overlayChanged();
 }
 
+void ViewModel::setOverlaidLaps(qsizetype file, const QList<qsizetype> &laps)
+{
+    // Those that stay keep their place, and with it their colour.
+    QList<LapKey> overlaid;
+    for (const LapKey &key : std::as_const(m_overlaid)) {
+        if (key.file != file || laps.contains(key.lap))
+            overlaid.append(key);
+    }
+    for (const qsizetype lap : laps) {
+        if (!overlaid.contains(LapKey {file, lap}))
+            overlaid.append({file, lap});
+    }
+    if (overlaid == m_overlaid)
+        return;
+    m_overlaid = overlaid;
+    emit overlayChanged();
+}
+
 QList<ViewModel::LapKey> ViewModel::overlaid() const
 {
     QList<LapKey> keys;

@@ -57,6 +57,8 @@ public:
 
     bool isOverlaid(LapKey key) const;
     void setOverlaid(LapKey key, bool overlaid);
+    // The file's overlaid laps become exactly these.
+    void setOverlaidLaps(qsizetype file, const QList<qsizetype> &laps);
     // The overlaid laps in list order.
     QList<LapKey> overlaid() const;
 
