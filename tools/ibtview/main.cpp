@@ -79,7 +79,13 @@ int main(int argc, char *argv[])
     const QCommandLineOption cursor(QStringLiteral("cursor"),
                                     QStringLiteral("Put the cursor at this lap distance."),
                                     QStringLiteral("metres"));
-    parser.addOptions({units, laps, cursor, screenshot});
+    const QCommandLineOption library(
+        QStringLiteral("db"),
+        QStringLiteral("The lap library to pick laps from (File > Open from Library): a file or "
+                       "postgresql://user@host:port/dbname. Default: IBT_LIBRARY, else "
+                       "ibt-library's own library file."),
+        QStringLiteral("library"));
+    parser.addOptions({units, laps, cursor, library, screenshot});
     parser.addPositionalArgument(QStringLiteral("files"), QStringLiteral("The .ibt files to open."),
                                  QStringLiteral("[FILE.ibt...]"));
     parser.process(application);
@@ -114,6 +120,7 @@ int main(int argc, char *argv[])
 
     MainWindow window(PluginHost::defaultPluginPath());
     window.model().setUnits(*system);
+    window.setLibrary(parser.value(library));
     window.openFiles(parser.positionalArguments());
     window.show();
     whenOpen(window, start);

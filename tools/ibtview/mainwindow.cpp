@@ -4,6 +4,7 @@
 #include "importqueue.h"
 #include "lapcsv.h"
 #include "laplist.h"
+#include "librarydialog.h"
 #include "trackmapview.h"
 #include "valuestable.h"
 
@@ -49,6 +50,7 @@ QStringList chartChannels(const ChartsView &charts)
 MainWindow::MainWindow(const QString &pluginPath, QWidget *parent)
     : QMainWindow(parent)
     , m_traces(m_model)
+    , m_libraryOpening(m_model)
     , m_imports(new ImportQueue(pluginPath, this))
 {
     setWindowTitle(QStringLiteral("ibt-view"));
@@ -155,6 +157,12 @@ void MainWindow::buildMenus()
             QStringLiteral("iRacing telemetry (*.ibt);;All files (*)"));
         openFiles(paths);
     });
+    m_libraryAction
+        = file->addAction(QStringLiteral("Open from &Library..."),
+                          QKeySequence(Qt::CTRL | Qt::Key_L), this, &MainWindow::showLibraryDialog);
+    // ibt-library may make the library while the viewer runs.
+    connect(file, &QMenu::aboutToShow, this, &MainWindow::updateLibraryAction);
+    updateLibraryAction();
     m_recentMenu = file->addMenu(QStringLiteral("Open &recent"));
     fillRecentMenu();
     file->addSeparator();
@@ -188,6 +196,42 @@ void MainWindow::openFiles(const QStringList &paths)
         m_imports->open(paths);
 }
 
+void MainWindow::setLibrary(const QString &given)
+{
+    m_library.setGiven(given);
+    updateLibraryAction();
+}
+
+void MainWindow::updateLibraryAction()
+{
+    const bool present = m_library.isPresent();
+    m_libraryAction->setEnabled(present);
+    m_libraryAction->setStatusTip(
+        present ? QStringLiteral("Pick laps from the lap library %1").arg(m_library.displayText())
+                : QStringLiteral("No lap library at %1: ibt-library add FOLDER makes one")
+                      .arg(m_library.displayText()));
+}
+
+LibraryDialog *MainWindow::showLibraryDialog()
+{
+    if (!m_libraryDialog) {
+        m_libraryDialog = new LibraryDialog(m_library, this);
+        connect(m_libraryDialog, &LibraryDialog::lapsChosen, this, &MainWindow::openLibraryLaps);
+    }
+    m_libraryDialog->show();
+    m_libraryDialog->raise();
+    m_libraryDialog->activateWindow();
+    return m_libraryDialog;
+}
+
+void MainWindow::openLibraryLaps(const QList<LibraryQueries::LapPlace> &laps)
+{
+    const LibraryOpening::Plan plan = m_libraryOpening.open(laps);
+    for (const QString &message : plan.messages)
+        m_messages->appendPlainText(message);
+    openFiles(plan.imports);
+}
+
 void MainWindow::imported(const ImportResult &result)
 {
     const QString name = QFileInfo(result.file).fileName();
@@ -207,10 +251,13 @@ void MainWindow::imported(const ImportResult &result)
         if (!result.recording.problem().isEmpty())
             text += QStringLiteral(" (%1)").arg(result.recording.problem());
         m_messages->appendPlainText(text);
+        m_libraryOpening.failed(result.file);
         return;
     }
-    m_model.addFile(result);
+    const qsizetype file = m_model.addFile(result);
     m_messages->appendPlainText(QStringLiteral("%1: %2 laps").arg(name).arg(result.laps.size()));
+    for (const QString &message : m_libraryOpening.opened(file))
+        m_messages->appendPlainText(message);
     addRecent(result.file);
 }
 

@@ -2,6 +2,8 @@
 
 #include "importresult.h"
 #include "laptraces.h"
+#include "librarybrowser.h"
+#include "libraryopening.h"
 #include "viewmodel.h"
 
 #include <QMainWindow>
@@ -9,6 +11,7 @@
 class ChartsView;
 class ImportQueue;
 class LapList;
+class LibraryDialog;
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -21,7 +24,8 @@ class ValuesTable;
 
 // The viewer's window: the lap list and the channel list on the left, the charts in the
 // middle, the values at the cursor and the track map on the right, the messages of the
-// imports below. Files come from the command line, File > Open, the recent files and drops.
+// imports below. Files come from the command line, File > Open, the recent files, drops and
+// the lap library.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT
@@ -33,6 +37,15 @@ public:
     ~MainWindow() override;
 
     void openFiles(const QStringList &paths);
+    // The lap library to browse: the --db option's value; empty for IBT_LIBRARY or the
+    // default library file.
+    void setLibrary(const QString &given);
+    LibraryBrowser &library() { return m_library; }
+    // Opens the laps' files and overlays the laps once they are imported.
+    void openLibraryLaps(const QList<LibraryQueries::LapPlace> &laps);
+    // File > Open from Library, shown (or made when it is first asked for).
+    LibraryDialog *showLibraryDialog();
+    QAction *libraryAction() const { return m_libraryAction; }
 
     ViewModel &model() { return m_model; }
     ImportQueue &imports() { return *m_imports; }
@@ -63,6 +76,7 @@ private:
     QWidget *buildRight();
     void imported(const ImportResult &result);
     void showProgress(int done, int total, const QString &current);
+    void updateLibraryAction();
     void addRecent(const QString &path);
     void fillRecentMenu();
     void fillChannelList();
@@ -73,6 +87,10 @@ private:
 
     ViewModel m_model;
     LapTraces m_traces;
+    LibraryBrowser m_library;
+    LibraryOpening m_libraryOpening;
+    LibraryDialog *m_libraryDialog = nullptr;
+    QAction *m_libraryAction = nullptr;
     ImportQueue *m_imports = nullptr;
     ChartsView *m_charts = nullptr;
     TrackMapView *m_map = nullptr;
