@@ -9,6 +9,7 @@
 #include "sessiongenerator.h"
 #include "toolprocess.h"
 #include "viewertest.h"
+#include "viewmodel.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -79,6 +80,19 @@ inline QList<Lap> lapsOf(const QString &path)
     return laps;
 }
 
+// The key of the lap of an open file that the plug-in numbered so.
+inline ViewModel::LapKey keyOf(const ViewModel &model, const Lap &lap)
+{
+    for (const ViewModel::LapKey &key : model.laps()) {
+        const ZUM::SDK::LapHeader &header = model.lap(key).header();
+        if (QFileInfo(model.files()[key.file].result.file).absoluteFilePath() == lap.file
+            && header.lapNumber == lap.lapNumber && header.stint == lap.stint
+            && header.lapInStint == lap.lapInStint)
+            return key;
+    }
+    return {};
+}
+
 class Sessions
 {
 public:
@@ -117,6 +131,15 @@ public:
         }
         library = QDir(folder).absoluteFilePath(QStringLiteral("library.sqlite"));
         return add(library, files);
+    }
+
+    // The timed laps of a file, slowest first.
+    QList<Lap> timedLaps(const QString &file) const
+    {
+        QList<Lap> found = where([&](const Lap &lap) { return lap.file == file && lap.timed; });
+        std::sort(found.begin(), found.end(),
+                  [](const Lap &a, const Lap &b) { return a.time > b.time; });
+        return found;
     }
 
     QList<Lap> where(const std::function<bool(const Lap &)> &matches) const

@@ -54,17 +54,6 @@ int rowOf(const RowOutputModel &model, const Lap &lap)
     return -1;
 }
 
-Key keyOf(const ViewModel &model, const Lap &lap)
-{
-    for (const Key &key : model.laps()) {
-        const ZUM::SDK::LapHeader &header = model.lap(key).header();
-        if (model.files()[key.file].result.file == lap.file && header.lapNumber == lap.lapNumber
-            && header.stint == lap.stint)
-            return key;
-    }
-    return {};
-}
-
 QStringList itemsOf(const QComboBox *combo)
 {
     QStringList items;
@@ -101,7 +90,6 @@ private:
     LibraryDialog *openDialog();
     bool answered(LibraryDialog *dialog);
     void select(LibraryDialog *dialog, const QList<Lap> &laps);
-    QList<Lap> timedLaps(const QString &file) const;
 
     QTemporaryDir m_dir;
     LibraryTest::Sessions m_sessions;
@@ -147,14 +135,6 @@ LibraryDialog *tst_LibraryDialog::openDialog()
 bool tst_LibraryDialog::answered(LibraryDialog *dialog)
 {
     return QTest::qWaitFor([dialog] { return !dialog->isWaiting(); }, 60000);
-}
-
-QList<Lap> tst_LibraryDialog::timedLaps(const QString &file) const
-{
-    QList<Lap> laps
-        = m_sessions.where([&](const Lap &lap) { return lap.file == file && lap.timed; });
-    std::sort(laps.begin(), laps.end(), [](const Lap &a, const Lap &b) { return a.time > b.time; });
-    return laps;
 }
 
 void tst_LibraryDialog::select(LibraryDialog *dialog, const QList<Lap> &laps)
@@ -365,8 +345,8 @@ void tst_LibraryDialog::opensTwoLapsOfTwoFiles()
 {
     // The slower flying lap of each of two files, neither of them the lap its file opens
     // with, nor the fastest of all that would be the reference without a choice.
-    const Lap slow = timedLaps(m_sessions.files[0]).first();
-    const Lap fast = timedLaps(m_sessions.files[1]).first();
+    const Lap slow = m_sessions.timedLaps(m_sessions.files[0]).first();
+    const Lap fast = m_sessions.timedLaps(m_sessions.files[1]).first();
     QVERIFY(*fast.time < *slow.time);
     LibraryDialog *dialog = openDialog();
     QVERIFY(dialog);
@@ -378,7 +358,7 @@ void tst_LibraryDialog::opensTwoLapsOfTwoFiles()
 
     ViewModel &model = m_window->model();
     QCOMPARE(model.files().size(), 2);
-    const Key slowKey = keyOf(model, slow), fastKey = keyOf(model, fast);
+    const Key slowKey = LibraryTest::keyOf(model, slow), fastKey = LibraryTest::keyOf(model, fast);
     QVERIFY(slowKey.isValid() && fastKey.isValid());
     QCOMPARE(model.overlaid(), QList<Key>({slowKey, fastKey}));
     // The fastest chosen lap, not the fastest of all.
@@ -399,7 +379,7 @@ void tst_LibraryDialog::vanishedFile()
     QTemporaryDir dir;
     QList<Lap> chosen;
     for (const QString &file : {m_sessions.files[0], m_sessions.files[1]}) {
-        chosen.append(timedLaps(file).first());
+        chosen.append(m_sessions.timedLaps(file).first());
         chosen.last().file = dir.filePath(QFileInfo(file).fileName());
         QVERIFY(QFile::copy(file, chosen.last().file));
     }
@@ -422,7 +402,7 @@ void tst_LibraryDialog::vanishedFile()
     // The other lap opens.
     ViewModel &model = m_window->model();
     QCOMPARE(model.files().size(), 1);
-    QCOMPARE(model.overlaid(), QList<Key> {keyOf(model, chosen[1])});
+    QCOMPARE(model.overlaid(), QList<Key> {LibraryTest::keyOf(model, chosen[1])});
 }
 
 void tst_LibraryDialog::libraryErrors_data()

@@ -14,19 +14,6 @@ using LapPlace = LibraryQueries::LapPlace;
 
 namespace {
 
-// The key of the lap of an open file that the plug-in numbered so.
-Key keyOf(const ViewModel &model, const LibraryTest::Lap &lap)
-{
-    for (const Key &key : model.laps()) {
-        const ZUM::SDK::LapHeader &header = model.lap(key).header();
-        if (QFileInfo(model.files()[key.file].result.file).absoluteFilePath() == lap.file
-            && header.lapNumber == lap.lapNumber && header.stint == lap.stint
-            && header.lapInStint == lap.lapInStint)
-            return key;
-    }
-    return {};
-}
-
 // The file imported as the viewer imports it.
 ImportResult imported(const QString &path)
 {
@@ -58,8 +45,6 @@ private slots:
 private:
     // The places of these laps, from the library file given (the sessions' by default).
     QList<LapPlace> placesOf(const QList<LibraryTest::Lap> &laps, QString library = {});
-    // The flying laps of a file, slowest first.
-    QList<LibraryTest::Lap> timedLaps(const QString &file) const;
 
     QTemporaryDir m_dir;
     LibraryTest::Sessions m_sessions;
@@ -95,15 +80,6 @@ QList<LapPlace> tst_LibraryOpening::placesOf(const QList<LibraryTest::Lap> &laps
         }
     }
     return queries.lapPlaces(ids).value_or(QList<LapPlace>());
-}
-
-QList<LibraryTest::Lap> tst_LibraryOpening::timedLaps(const QString &file) const
-{
-    QList<LibraryTest::Lap> laps = m_sessions.where(
-        [&](const LibraryTest::Lap &lap) { return lap.file == file && lap.timed; });
-    std::sort(laps.begin(), laps.end(),
-              [](const auto &a, const auto &b) { return a.time > b.time; });
-    return laps;
 }
 
 void tst_LibraryOpening::lapPlaces()
@@ -168,8 +144,8 @@ void tst_LibraryOpening::opensTheChosenLapsOfTwoFiles()
 {
     // The slower flying lap of each of two files, neither of them the lap its file opens
     // with, nor the fastest of all that would be the reference without a choice.
-    const LibraryTest::Lap slow = timedLaps(m_sessions.files[0]).first();
-    const LibraryTest::Lap fast = timedLaps(m_sessions.files[1]).first();
+    const LibraryTest::Lap slow = m_sessions.timedLaps(m_sessions.files[0]).first();
+    const LibraryTest::Lap fast = m_sessions.timedLaps(m_sessions.files[1]).first();
     QVERIFY(*fast.time < *slow.time);
     const QList<LapPlace> places = placesOf({slow, fast});
     QCOMPARE(places.size(), 2);
@@ -189,7 +165,7 @@ void tst_LibraryOpening::opensTheChosenLapsOfTwoFiles()
     }
     QVERIFY(opening.pending().isEmpty());
     QCOMPARE(model.files().size(), 2);
-    const Key slowKey = keyOf(model, slow), fastKey = keyOf(model, fast);
+    const Key slowKey = LibraryTest::keyOf(model, slow), fastKey = LibraryTest::keyOf(model, fast);
     QVERIFY(slowKey.isValid() && fastKey.isValid());
     // Exactly the chosen laps, not the files' best laps that a file opens with.
     QCOMPARE(model.overlaid(), QList<Key>({slowKey, fastKey}));
@@ -203,8 +179,8 @@ void tst_LibraryOpening::lapOfAnOpenFile()
     ViewModel model;
     model.addFile(imported(m_sessions.files[0]));
     const Key best = model.best();
-    const LibraryTest::Lap slow = timedLaps(m_sessions.files[0]).first();
-    const Key slowKey = keyOf(model, slow);
+    const LibraryTest::Lap slow = m_sessions.timedLaps(m_sessions.files[0]).first();
+    const Key slowKey = LibraryTest::keyOf(model, slow);
     QVERIFY(slowKey.isValid() && slowKey != best);
 
     LibraryOpening opening(model);
@@ -243,7 +219,7 @@ void tst_LibraryOpening::fileNotAsAdded()
     for (const QString &file : {m_sessions.files[0], m_sessions.files[2]}) {
         copies.append(dir.filePath(QFileInfo(file).fileName()));
         QVERIFY(QFile::copy(file, copies.last()));
-        chosen.append(timedLaps(file).first());
+        chosen.append(m_sessions.timedLaps(file).first());
         chosen.last().file = copies.last();
     }
     const QString library = dir.filePath(QStringLiteral("library.sqlite"));
@@ -285,13 +261,13 @@ void tst_LibraryOpening::fileNotAsAdded()
     QVERIFY2(message.contains(advice), qPrintable(message));
     const qsizetype file = model.addFile(imported(copies[1]));
     QVERIFY(opening.opened(file).isEmpty());
-    QCOMPARE(model.overlaid(), QList<Key> {keyOf(model, chosen[1])});
-    QCOMPARE(model.reference(), keyOf(model, chosen[1]));
+    QCOMPARE(model.overlaid(), QList<Key> {LibraryTest::keyOf(model, chosen[1])});
+    QCOMPARE(model.reference(), LibraryTest::keyOf(model, chosen[1]));
 }
 
 void tst_LibraryOpening::lapNoLongerInTheFile()
 {
-    const LibraryTest::Lap slow = timedLaps(m_sessions.files[0]).first();
+    const LibraryTest::Lap slow = m_sessions.timedLaps(m_sessions.files[0]).first();
     QList<LapPlace> places = placesOf({slow});
     QCOMPARE(places.size(), 1);
     // A lap the file does not hold, as if the library knew another recording at its path.
@@ -307,12 +283,12 @@ void tst_LibraryOpening::lapNoLongerInTheFile()
     QVERIFY2(messages.first().startsWith(QDir::toNativeSeparators(slow.file)
                                          + QStringLiteral(": lap 99 of stint ")),
              qPrintable(messages.first()));
-    QCOMPARE(model.overlaid(), QList<Key> {keyOf(model, slow)});
+    QCOMPARE(model.overlaid(), QList<Key> {LibraryTest::keyOf(model, slow)});
 }
 
 void tst_LibraryOpening::failedImport()
 {
-    const QList<LapPlace> places = placesOf({timedLaps(m_sessions.files[0]).first()});
+    const QList<LapPlace> places = placesOf({m_sessions.timedLaps(m_sessions.files[0]).first()});
     ViewModel model;
     LibraryOpening opening(model);
     QCOMPARE(opening.open(places).imports.size(), 1);
