@@ -13,6 +13,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
+#include <QContextMenuEvent>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -77,6 +78,7 @@ private slots:
     void mapClick();
     void mapColour();
     void channelSearch();
+    void removeAddedChart();
     void recentFiles();
     void dropFiles();
     void exportView_data();
@@ -436,6 +438,41 @@ void tst_MainWindow::channelSearch()
     QCOMPARE(m_window->charts()->charts().size(), charts + 1);
     QCOMPARE(m_window->charts()->charts().last().channels, QStringList {"fuellevel"});
     QVERIFY(valueColumn(QStringLiteral("fuellevel")) > 0);
+}
+
+void tst_MainWindow::removeAddedChart()
+{
+    QVERIFY(open({m_sessions.practice}));
+    ChartsView *charts = m_window->charts();
+    QListWidget *list = m_window->channelList();
+    list->setCurrentItem(list->findItems(QStringLiteral("fuellevel"), Qt::MatchExactly).first());
+    QTest::keyClick(list, Qt::Key_Return);
+    const QList<ChartsView::Chart> defaults = ChartsView::defaultCharts();
+    QCOMPARE(charts->charts().size(), defaults.size() + 1);
+    QVERIFY(valueColumn(QStringLiteral("fuellevel")) > 0);
+
+    // The menu of a chart, where the mouse asks for it.
+    const auto menuAt = [charts](const QRectF &area) {
+        const QPoint point = area.center().toPoint();
+        QContextMenuEvent event(QContextMenuEvent::Mouse, point, charts->mapToGlobal(point));
+        QApplication::sendEvent(charts, &event);
+        return charts->findChild<QMenu *>();
+    };
+    const QList<QRectF> areas = charts->chartAreas(charts->size());
+    // The default charts stay.
+    for (qsizetype i = 0; i < defaults.size(); ++i)
+        QVERIFY(!menuAt(areas[i]));
+    QMenu *menu = menuAt(areas.last());
+    QVERIFY(menu);
+    QVERIFY(QTest::qWaitForWindowExposed(menu));
+    QCOMPARE(menu->actions().size(), 1);
+    QVERIFY(menu->actions().first()->text().contains(QStringLiteral("fuellevel")));
+    QTest::keyClick(menu, Qt::Key_Down);
+    QTest::keyClick(menu, Qt::Key_Return);
+    QCOMPARE(charts->charts().size(), defaults.size());
+    for (qsizetype i = 0; i < defaults.size(); ++i)
+        QCOMPARE(charts->charts()[i].channels, defaults[i].channels);
+    QCOMPARE(valueColumn(QStringLiteral("fuellevel")), -1);
 }
 
 void tst_MainWindow::recentFiles()

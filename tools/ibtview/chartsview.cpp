@@ -4,7 +4,9 @@
 #include "laptraces.h"
 #include "plotstyle.h"
 
+#include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QWheelEvent>
@@ -62,6 +64,18 @@ void ChartsView::addChannel(const QString &channel)
     m_charts.append({channel, {channel}});
     emit chartsChanged();
     update();
+}
+
+void ChartsView::removeChannel(const QString &channel)
+{
+    for (qsizetype i = defaultCharts().size(); i < m_charts.size(); ++i) {
+        if (m_charts[i].channels == QStringList {channel}) {
+            m_charts.removeAt(i);
+            emit chartsChanged();
+            update();
+            return;
+        }
+    }
 }
 
 QList<QRectF> ChartsView::chartAreas(const QSize &size) const
@@ -216,4 +230,23 @@ void ChartsView::keyPressEvent(QKeyEvent *event)
     default:
         QWidget::keyPressEvent(event);
     }
+}
+
+void ChartsView::contextMenuEvent(QContextMenuEvent *event)
+{
+    // The chart under the mouse: its frame, or the heading above it.
+    const QList<QRectF> areas = chartAreas(size());
+    qsizetype index = -1;
+    for (qsizetype i = 0; i < areas.size(); ++i) {
+        if (event->pos().y() >= areas[i].top() - above)
+            index = i;
+    }
+    if (index < defaultCharts().size())
+        return;
+    const QString channel = m_charts[index].channels.first();
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    menu->addAction(QStringLiteral("Remove the chart of %1").arg(channel), this,
+                    [this, channel] { removeChannel(channel); });
+    menu->popup(event->globalPos());
 }

@@ -13,7 +13,8 @@ class LapTraces;
 // reference, throttle and brake, gear, steering, and any channel added. The mouse moves the
 // cursor through all of them, the wheel zooms around the mouse, a drag picks a stretch to
 // zoom into, a double-click shows the whole lap again; the arrow keys move the cursor (with
-// Shift ten times as far), + and - zoom around it, Home resets the zoom.
+// Shift ten times as far), + and - zoom around it, Home resets the zoom. A chart added from
+// the channel list goes again from its context menu.
 class ChartsView : public QWidget
 {
     Q_OBJECT
@@ -31,6 +32,8 @@ public:
     const QList<Chart> &charts() const { return m_charts; }
     // A chart of one more channel, below the others; none twice.
     void addChannel(const QString &channel);
+    // Takes the chart added for the channel away again; the default charts stay.
+    void removeChannel(const QString &channel);
 
     // Where the charts' frames are in a view of that size.
     QList<QRectF> chartAreas(const QSize &size) const;
@@ -51,6 +54,7 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
     QString title(const Chart &chart) const;
