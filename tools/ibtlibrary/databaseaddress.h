@@ -18,9 +18,9 @@ public:
     static std::optional<DatabaseAddress> resolve(const QString &given, QString *error);
     // The same for one text, without the fallbacks.
     static std::optional<DatabaseAddress> parse(const QString &text, QString *error);
-    // The library file of the user's, one for every tool and system user: "ibt-library/
-    // library.sqlite" under the user's data folder (~/.local/share on Linux, AppData/Local on
-    // Windows, ~/Library/Application Support on macOS).
+    // The user's own library file, the same for every tool that reads it:
+    // "ibt-library/library.sqlite" under the user's data folder (~/.local/share on Linux,
+    // AppData/Local on Windows, ~/Library/Application Support on macOS).
     static QString defaultFile();
 
     Engine engine() const { return m_engine; }

@@ -263,7 +263,7 @@ std::optional<QList<LibraryQueries::LapPlace>> LibraryQueries::lapPlaces(const Q
     QVariantList values;
     for (const qint64 id : ids)
         values.append(id);
-    QStringList placeholders(ids.size(), QStringLiteral("?"));
+    const QStringList placeholders(ids.size(), QStringLiteral("?"));
     QSqlQuery query(m_library.database());
     query.setForwardOnly(true);
     if (!m_library.run(query,
