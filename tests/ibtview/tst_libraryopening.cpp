@@ -1,5 +1,6 @@
 #include "databaseaddress.h"
 #include "library.h"
+#include "librarybrowser.h"
 #include "libraryfiles.h"
 #include "libraryopening.h"
 #include "libraryqueries.h"
@@ -41,6 +42,8 @@ private slots:
     void fileNotAsAdded();
     void lapNoLongerInTheFile();
     void failedImport();
+    void browserAnswersTheLastQuestion();
+    void browserWithoutALibrary();
 
 private:
     // The places of these laps, from the library file given (the sessions' by default).
@@ -301,6 +304,49 @@ void tst_LibraryOpening::failedImport()
     const qsizetype file = model.addFile(imported(places.first().file.path));
     QVERIFY(opening.opened(file).isEmpty());
     QCOMPARE(model.overlaid(), QList<Key> {model.best()});
+}
+
+void tst_LibraryOpening::browserAnswersTheLastQuestion()
+{
+    LibraryBrowser browser;
+    browser.setGiven(m_sessions.library);
+    QVERIFY(browser.isPresent());
+    QList<qsizetype> answers;
+    connect(&browser, &LibraryBrowser::lapsAnswered, this,
+            [&answers](const RowOutput &laps) { answers.append(laps.rowCount()); });
+    LapFilter oulton;
+    oulton.track = QStringLiteral("oulton");
+    // Asked again before the first answer came: only the second one is answered.
+    browser.askLaps({}, LibraryQueries::LapOrder::Date);
+    browser.askLaps(oulton, LibraryQueries::LapOrder::Date);
+    QVERIFY(browser.isBusy());
+    QVERIFY(QTest::qWaitFor([&browser] { return !browser.isBusy(); }, 60000));
+    const qsizetype oultonLaps
+        = m_sessions
+              .where([](const LibraryTest::Lap &lap) { return lap.track.contains(u"Oulton"); })
+              .size();
+    QVERIFY(oultonLaps > 0 && oultonLaps < m_sessions.laps.size());
+    QCOMPARE(answers, QList<qsizetype> {oultonLaps});
+}
+
+void tst_LibraryOpening::browserWithoutALibrary()
+{
+    QTemporaryDir dir;
+    const QString missing = dir.filePath(QStringLiteral("none.sqlite"));
+    LibraryBrowser browser;
+    browser.setGiven(missing);
+    QVERIFY(!browser.isPresent());
+    QCOMPARE(browser.displayText(), QDir::toNativeSeparators(missing));
+    QStringList failures;
+    connect(&browser, &LibraryBrowser::failed, this,
+            [&failures](const QString &message) { failures.append(message); });
+    browser.askNames();
+    QVERIFY(QTest::qWaitFor([&browser] { return !browser.isBusy(); }, 60000));
+    QCOMPARE(failures.size(), 1);
+    QVERIFY2(failures.first().contains(QStringLiteral("ibt-library add")),
+             qPrintable(failures.first()));
+    // Nothing was made there.
+    QVERIFY(!QFileInfo::exists(missing));
 }
 
 QTEST_GUILESS_MAIN(tst_LibraryOpening)
