@@ -6,6 +6,7 @@
 // - as the import reads them, through the format's read side: the session text as the import
 //   hands it on and every whole record, for feeding the reader record by record (none when the
 //   read side refuses the file).
+// The file stays on disk as long as the image, for replaying it as the import does.
 
 #include "ibtfile.h"
 #include "irsdk.h"
@@ -17,6 +18,7 @@
 #include <QTemporaryFile>
 
 #include <cstring>
+#include <memory>
 
 class IbtImage
 {
@@ -24,6 +26,7 @@ public:
     static IbtImage load(const QString &path)
     {
         IbtImage image;
+        image.m_path = path;
         QFile raw(path);
         if (raw.open(QIODevice::ReadOnly))
             image.m_bytes = raw.readAll();
@@ -40,14 +43,20 @@ public:
         return image;
     }
 
-    // The image of bytes that the tests wrote themselves.
+    // The image of bytes that the tests wrote themselves, in a temporary file that lives as
+    // long as the image.
     static IbtImage fromBytes(const QByteArray &bytes)
     {
-        QTemporaryFile file;
-        if (file.open() && file.write(bytes) == bytes.size() && file.flush())
-            return load(file.fileName());
-        return {};
+        const auto file = std::make_shared<QTemporaryFile>();
+        if (!file->open() || file->write(bytes) != bytes.size() || !file->flush())
+            return {};
+        IbtImage image = load(file->fileName());
+        image.m_temporary = file;
+        return image;
     }
+
+    // The file the image was read from.
+    const QString &path() const { return m_path; }
 
     // As stored.
     const QByteArray &bytes() const { return m_bytes; }
@@ -143,6 +152,8 @@ private:
     QByteArray m_bytes;
     irsdk_header m_header {};
     QList<irsdk_varHeader> m_varHeaders;
+    QString m_path;
+    std::shared_ptr<QTemporaryFile> m_temporary;
     QByteArray m_sessionText;
     QByteArray m_records;
     qint64 m_recordCount = 0;

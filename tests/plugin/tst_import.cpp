@@ -399,15 +399,14 @@ void tst_Import::lapHandedOverByTheLastRecordIsListedOnce()
     // The record whose tick hands the first flying lap over.
     const IbtImage file = IbtImage::load(whole);
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
-    ReaderReplay ticks(reader, file);
     qsizetype handOver = -1;
     QSharedPointer<Lap> flying;
-    while (handOver < 0 && ticks.next()) {
-        if (reader.isMyLapReady() && reader.myLap()->header().flyingLap == 1) {
-            handOver = ticks.record();
+    ReaderReplay::run(reader, file, [&](const FileReplay::Tick &tick) {
+        if (handOver < 0 && reader.isMyLapReady() && reader.myLap()->header().flyingLap == 1) {
+            handOver = tick.record;
             flying = reader.myLap();
         }
-    }
+    });
     QVERIFY(handOver > 0);
 
     // The same session, ending with that record.

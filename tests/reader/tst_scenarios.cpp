@@ -52,7 +52,7 @@ Replayed replay(const SessionGenerator::Options &options,
     Replayed result;
     const IbtImage file = writtenSession(options, &result.summary);
     iRTelemetryReader reader(mode);
-    result.laps = ReaderReplay(reader, file).playerLaps();
+    result.laps = ReaderReplay::run(reader, file).laps;
     return result;
 }
 
@@ -372,10 +372,11 @@ void tst_Scenarios::noPlayerInTheSessionText()
     const IbtImage file = writtenSession(options, &summary);
     iRTelemetryReader reader(iRTelemetryReader::AllCars);
     int ready = 0;
-    for (ReaderReplay ticks(reader, file); ticks.next();) {
+    const FileReplay::Result replayed = ReaderReplay::run(reader, file, [&](const auto &) {
         for (int car = 0; car < reader.cars().size(); ++car)
             ready += reader.isLapReady(car) && !reader.lap(car)->isEmpty();
-    }
+    });
+    QCOMPARE(replayed.ticks, file.recordCount());
     QCOMPARE(reader.myCarIdx(), -1);
     QVERIFY(reader.myLap().isNull());
     QCOMPARE(ready, 0);
