@@ -28,6 +28,7 @@ QTime lapTimeOf(double seconds)
 struct Replayed
 {
     Laps laps;
+    qint64 ticks = 0; // records run
     SessionGenerator::Summary summary;
 };
 
@@ -52,7 +53,9 @@ Replayed replay(const SessionGenerator::Options &options,
     Replayed result;
     const IbtImage file = writtenSession(options, &result.summary);
     iRTelemetryReader reader(mode);
-    result.laps = ReaderReplay::run(reader, file).laps;
+    const FileReplay::Result replayed = ReaderReplay::run(reader, file);
+    result.laps = replayed.laps;
+    result.ticks = replayed.ticks;
     return result;
 }
 
@@ -356,6 +359,7 @@ void tst_Scenarios::liveFileWithoutIsOnTrack()
     SessionGenerator::Options options = optionsFor(Scenario::Practice);
     options.isOnTrackVariable = false;
     const Replayed run = replay(options);
+    QCOMPARE(run.ticks, qint64(run.summary.recordCount));
     QVERIFY(run.laps.isEmpty());
 }
 
@@ -364,6 +368,7 @@ void tst_Scenarios::noPlayerInTheSessionText()
     SessionGenerator::Options options = optionsFor(Scenario::Practice);
     options.player = false;
     const Replayed run = replay(options);
+    QCOMPARE(run.ticks, qint64(run.summary.recordCount));
     QVERIFY(run.laps.isEmpty());
 
     // Tracking every car does not help: without the player's session number the other cars
