@@ -39,7 +39,7 @@ void append(QList<QSharedPointer<Lap>> &laps, const QSharedPointer<Lap> &lap)
 
 } // namespace
 
-FileReplay::Result FileReplay::run(IbtFile &file, iRTelemetryReader &reader, const TickHook &onTick)
+FileReplay::Result FileReplay::run(IbtFile &file, iRTelemetryReader &reader, const Hooks &hooks)
 {
     Result result;
     reader.setYaml(file.sessionText());
@@ -59,10 +59,12 @@ FileReplay::Result FileReplay::run(IbtFile &file, iRTelemetryReader &reader, con
             result.overBudget = true;
             break;
         }
+        if (hooks.decoded)
+            hooks.decoded(ticks.ticks() - 1, *tick);
         const QSharedPointer<Lap> lap = laps.tick(*tick);
         append(result.laps, lap);
-        if (onTick)
-            onTick(Tick {ticks.ticks() - 1, lap});
+        if (hooks.ran)
+            hooks.ran(ticks.ticks() - 1, lap);
     }
     result.ticks = ticks.ticks();
 

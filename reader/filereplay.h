@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lap.h"
+#include "sample.h"
 
 #include <QList>
 #include <QSharedPointer>
@@ -17,14 +18,16 @@ class iRTelemetryReader;
 class FileReplay
 {
 public:
-    // A tick that the reader has just run: the cars hold its samples (iRTelemetryReader::sample(),
-    // cars()), and the player's lap it handed over, if any, is already in the laps.
-    struct Tick
+    // Looks at the ticks, for the tests; each one unset by default.
+    struct Hooks
     {
-        qint64 record; // the tick's record, from 0
-        const QSharedPointer<ZUM::SDK::Lap> &lap; // the player's lap it handed over, or null
+        // A tick's samples as they were decoded, before the reader runs them (it takes them
+        // over: the cars keep or clear them as the tick's rules say).
+        std::function<void(qint64 record, const QList<ZUM::SDK::Sample> &samples)> decoded;
+        // A tick that the reader has just run, with the player's lap it handed over, already in
+        // the laps, or null.
+        std::function<void(qint64 record, const QSharedPointer<ZUM::SDK::Lap> &lap)> ran;
     };
-    using TickHook = std::function<void(const Tick &)>;
 
     struct Result
     {
@@ -35,7 +38,6 @@ public:
         bool overBudget = false;
     };
 
-    // Runs a reader that has seen no file yet over an open file's records; onTick, when set,
-    // looks at each tick after the reader has run it.
-    static Result run(IbtFile &file, iRTelemetryReader &reader, const TickHook &onTick = {});
+    // Runs a reader that has seen no file yet over an open file's records; records count from 0.
+    static Result run(IbtFile &file, iRTelemetryReader &reader, const Hooks &hooks = {});
 };

@@ -12,21 +12,21 @@
 
 namespace ReaderReplay {
 
-// Every record of the file at path, run by the reader; onTick looks at each tick. No tick runs
-// when the file cannot be opened.
+// Every record of the file at path, run by the reader, the hooks looking at each tick. No tick
+// runs when the file cannot be opened.
 inline FileReplay::Result run(iRTelemetryReader &reader, const QString &path,
-                              const FileReplay::TickHook &onTick = {})
+                              const FileReplay::Hooks &hooks = {})
 {
     IbtFile file;
     if (file.open(path) != IbtFile::Status::Ok)
         return {};
-    return FileReplay::run(file, reader, onTick);
+    return FileReplay::run(file, reader, hooks);
 }
 
 inline FileReplay::Result run(iRTelemetryReader &reader, const IbtImage &image,
-                              const FileReplay::TickHook &onTick = {})
+                              const FileReplay::Hooks &hooks = {})
 {
-    return run(reader, image.path(), onTick);
+    return run(reader, image.path(), hooks);
 }
 
 } // namespace ReaderReplay

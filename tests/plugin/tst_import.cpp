@@ -401,12 +401,14 @@ void tst_Import::lapHandedOverByTheLastRecordIsListedOnce()
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     qsizetype handOver = -1;
     QSharedPointer<Lap> flying;
-    ReaderReplay::run(reader, file, [&](const FileReplay::Tick &tick) {
+    FileReplay::Hooks hooks;
+    hooks.ran = [&](qint64 record, const QSharedPointer<Lap> &) {
         if (handOver < 0 && reader.isMyLapReady() && reader.myLap()->header().flyingLap == 1) {
-            handOver = tick.record;
+            handOver = record;
             flying = reader.myLap();
         }
-    });
+    };
+    ReaderReplay::run(reader, file, hooks);
     QVERIFY(handOver > 0);
 
     // The same session, ending with that record.

@@ -53,23 +53,25 @@ void tst_ReaderFiles::laps()
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
     // Each lap a tick handed over, with the last-lap time the player's car showed at that tick.
     QList<std::pair<QSharedPointer<Lap>, float>> handedOver;
-    const FileReplay::Result replayed
-        = ReaderReplay::run(reader, ibt, [&](const FileReplay::Tick &tick) {
-              if (!tick.lap)
-                  return;
-              const QString lastLapTimeName
-                  = reader.simMode() == iRTelemetryReader::SimMode::Replay
-                  ? QStringLiteral("lastlaptime")
-                  : QStringLiteral("laplastlaptime");
-              handedOver.append(
-                  {tick.lap, reader.sample().dynamicData.value(lastLapTimeName).toFloat()});
-          });
+    float lastLapTime = 0.0f;
+    FileReplay::Hooks hooks;
+    hooks.decoded = [&](qint64, const QList<ZUM::SDK::Sample> &samples) {
+        const QString name = reader.simMode() == iRTelemetryReader::SimMode::Replay
+            ? QStringLiteral("lastlaptime")
+            : QStringLiteral("laplastlaptime");
+        lastLapTime = samples[0].dynamicData.value(name).toFloat();
+    };
+    hooks.ran = [&](qint64, const QSharedPointer<Lap> &lap) {
+        if (lap)
+            handedOver.append({lap, lastLapTime});
+    };
+    const FileReplay::Result replayed = ReaderReplay::run(reader, ibt, hooks);
     QCOMPARE(replayed.ticks, ibt.recordCount());
     QVERIFY(!replayed.overBudget);
 
-    for (const auto &[lap, lastLapTime] : std::as_const(handedOver)) {
+    for (const auto &[lap, shown] : std::as_const(handedOver)) {
         if (lap->header().completed)
-            QCOMPARE(lap->header().lapTime, expectedTime(lastLapTime, lap->header()));
+            QCOMPARE(lap->header().lapTime, expectedTime(shown, lap->header()));
         else
             QCOMPARE(lap->header().lapTime, ZUM::SDK::UntimedLapTime);
     }

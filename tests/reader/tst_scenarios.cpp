@@ -377,10 +377,12 @@ void tst_Scenarios::noPlayerInTheSessionText()
     const IbtImage file = writtenSession(options, &summary);
     iRTelemetryReader reader(iRTelemetryReader::AllCars);
     int ready = 0;
-    const FileReplay::Result replayed = ReaderReplay::run(reader, file, [&](const auto &) {
+    FileReplay::Hooks hooks;
+    hooks.ran = [&](qint64, const QSharedPointer<Lap> &) {
         for (int car = 0; car < reader.cars().size(); ++car)
             ready += reader.isLapReady(car) && !reader.lap(car)->isEmpty();
-    });
+    };
+    const FileReplay::Result replayed = ReaderReplay::run(reader, file, hooks);
     QCOMPARE(replayed.ticks, file.recordCount());
     QCOMPARE(reader.myCarIdx(), -1);
     QVERIFY(reader.myLap().isNull());
