@@ -26,8 +26,8 @@ struct IbtVariable
     {
         return record + offset + qint64(i) * elementSize();
     }
-    // Element i as the simulator's type: int for char, int and bit field, then bool, float
-    // and double.
+    // Element i as a variant of the simulator's type, by visit(): for readers that want no more
+    // than a value, not the decoders.
     QVariant variant(const char *record, int i) const;
     // The one decoding of a value by its type code: the value at `at` as that type (int for
     // char, int and bit field, then bool, float and double), handed to the visitor, whose result

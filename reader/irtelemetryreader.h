@@ -35,7 +35,7 @@
 // - post-processing: processLap calls getSessionInfo (SessionHeader), cleanupLap,
 //   preprocessLap (DerivedChannels) and normalizeChannelBeginning
 // - which laps a replay yields (the lap under way at the end, empty laps dropped):
-//   PlayerLapReplay::tick and PlayerLapReplay::finish
+//   PlayerLapReplay::tick and PlayerLapReplay::finish, run over a file by FileReplay::run
 // - dates: processLap stamps the hand-over; setStartTimes in plugin/irpluginimport.cpp
 //   sets what the host receives, counted back from the file's modification time
 class iRTelemetryReader : public TYamlTree

@@ -9,8 +9,8 @@
 #include <QSharedPointer>
 
 // The player's laps as a replay of a file hands them over, tick by tick and at the end: the
-// one place for which laps a replay yields, used by the import and by every test that replays
-// a file. Laps without samples are never yielded.
+// one place for which laps a replay yields, used by FileReplay. Laps without samples are never
+// yielded.
 class PlayerLapReplay
 {
 public:

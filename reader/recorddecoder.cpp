@@ -8,6 +8,19 @@ using ZUM::SDK::DynamicData;
 using ZUM::SDK::Sample;
 using ZUM::SDK::Value;
 
+namespace {
+
+// Element i of a variable, decoded by its type, stored under a name with the variable's unit.
+void store(DynamicData &values, const QString &name, const IbtVariable &variable,
+           const char *record, int i)
+{
+    IbtVariable::visit(variable.type, variable.element(record, i), [&](auto value) {
+        values.setValue(name, Value(QVariant(value), variable.unit));
+    });
+}
+
+} // namespace
+
 void RecordDecoder::learn(const irsdk_varHeader *varHeaders, qint64 count, QList<IbtVariable> plan)
 {
     m_learnt = true;
@@ -78,8 +91,7 @@ void RecordDecoder::decodeMyCar(const char *record, Sample &sample) const
         if (!values.isEmpty()) {
             for (const IbtVariable &variable : m_variables) {
                 for (int i = 0; i < variable.count; ++i)
-                    values.setValue(variable.name,
-                                    Value(variable.variant(record, i), variable.unit));
+                    store(values, variable.name, variable, record, i);
             }
             return;
         }
@@ -102,14 +114,12 @@ void RecordDecoder::decodeAllCars(const char *record, QList<Sample> &samples, in
                 // Element i belongs to car i.
                 if ((i == mine && playerFromScalars) || i >= samples.size())
                     continue;
-                samples[i].dynamicData.setValue(m_perCarNames[v],
-                                                Value(variable.variant(record, i), variable.unit));
+                store(samples[i].dynamicData, m_perCarNames[v], variable, record, i);
                 continue;
             }
             // An array that is not per car keeps its last element under the one name.
             if (mine >= 0 && mine < samples.size())
-                samples[mine].dynamicData.setValue(
-                    variable.name, Value(variable.variant(record, i), variable.unit));
+                store(samples[mine].dynamicData, variable.name, variable, record, i);
         }
     }
 

@@ -2,10 +2,11 @@
 
 // A written or recorded .ibt file in memory, for the tests. Two views of the same bytes:
 // - as stored: the header, the sub-header, the descriptors and the session text copied out of
-//   the bytes, and any value decoded by its descriptor, whatever the header claims;
+//   the bytes, whatever the header claims;
 // - as the import reads them, through the format's read side: the session text as the import
-//   hands it on and every whole record, for feeding the reader record by record (none when the
-//   read side refuses the file).
+//   hands it on, every whole record, and each variable's values decoded by the import's own
+//   decode plan and decoding (none when the read side refuses the file).
+// The file stays on disk as long as the image, for replaying it as the import does.
 
 #include "ibtfile.h"
 #include "irsdk.h"
@@ -17,6 +18,7 @@
 #include <QTemporaryFile>
 
 #include <cstring>
+#include <memory>
 
 class IbtImage
 {
@@ -24,6 +26,7 @@ public:
     static IbtImage load(const QString &path)
     {
         IbtImage image;
+        image.m_path = path;
         QFile raw(path);
         if (raw.open(QIODevice::ReadOnly))
             image.m_bytes = raw.readAll();
@@ -34,20 +37,27 @@ public:
         if (file.open(path) != IbtFile::Status::Ok)
             return image;
         image.m_sessionText = QByteArray(file.sessionText());
+        image.m_variables = file.variables();
         image.m_recordCount = file.wholeRecords();
         image.m_records.resize(image.m_recordCount * qMax(file.recordLength(), 0));
         image.m_recordCount = file.readRecords(image.m_records.data(), image.m_recordCount);
         return image;
     }
 
-    // The image of bytes that the tests wrote themselves.
+    // The image of bytes that the tests wrote themselves, in a temporary file that lives as
+    // long as the image.
     static IbtImage fromBytes(const QByteArray &bytes)
     {
-        QTemporaryFile file;
-        if (file.open() && file.write(bytes) == bytes.size() && file.flush())
-            return load(file.fileName());
-        return {};
+        const auto file = std::make_shared<QTemporaryFile>();
+        if (!file->open() || file->write(bytes) != bytes.size() || !file->flush())
+            return {};
+        IbtImage image = load(file->fileName());
+        image.m_temporary = file;
+        return image;
     }
+
+    // The file the image was read from.
+    const QString &path() const { return m_path; }
 
     // As stored.
     const QByteArray &bytes() const { return m_bytes; }
@@ -80,42 +90,23 @@ public:
         }
         return -1;
     }
-    // The element as a double; 0 for an unknown name.
+    // The element of a whole record as a double, decoded as the import decodes it; 0 for an
+    // unknown name or one that no record can hold, and past the records or the elements.
     double value(const char *name, qint64 record, int element = 0) const
     {
-        const int index = indexOf(name);
-        return index < 0 ? 0.0 : value(m_varHeaders.at(index), record, element);
-    }
-    double value(const irsdk_varHeader &var, qint64 record, int element = 0) const
-    {
-        const qint64 offset = m_header.varBuf[0].bufOffset + record * m_header.bufLen + var.offset
-            + qint64(element) * irsdk_varTypeSize(var.type);
-        switch (var.type) {
-        case irsdk_char:
-            return at<int8_t>(offset);
-        case irsdk_bool:
-            return at<uint8_t>(offset) != 0 ? 1.0 : 0.0;
-        case irsdk_int:
-        case irsdk_bitField:
-            return at<int32_t>(offset);
-        case irsdk_float:
-            return at<float>(offset);
-        case irsdk_double:
-            return at<double>(offset);
-        default:
-            return 0.0;
-        }
+        const IbtVariable *variable = variableOf(indexOf(name));
+        return variable ? valueOf(*variable, record, element) : 0.0;
     }
     // Every whole record's value of one variable.
     QList<double> series(const char *name, int element = 0) const
     {
         QList<double> values;
-        const int index = indexOf(name);
-        if (index < 0)
+        const IbtVariable *variable = variableOf(indexOf(name));
+        if (!variable)
             return values;
         values.reserve(m_recordCount);
         for (qint64 r = 0; r < m_recordCount; ++r)
-            values.append(value(m_varHeaders.at(index), r, element));
+            values.append(valueOf(*variable, r, element));
         return values;
     }
 
@@ -129,6 +120,24 @@ public:
     }
 
 private:
+    // The decode plan's variable of a descriptor, or null.
+    const IbtVariable *variableOf(int descriptor) const
+    {
+        for (const IbtVariable &variable : m_variables) {
+            if (variable.descriptor == descriptor)
+                return &variable;
+        }
+        return nullptr;
+    }
+
+    double valueOf(const IbtVariable &variable, qint64 record, int element) const
+    {
+        if (record < 0 || record >= m_recordCount || element < 0 || element >= variable.count)
+            return 0.0;
+        return IbtVariable::visit(variable.type, variable.element(this->record(record), element),
+                                  [](auto value) { return double(value); });
+    }
+
     QList<irsdk_varHeader> storedVarHeaders() const
     {
         const qint64 room = (size() - m_header.varHeaderOffset) / qint64(sizeof(irsdk_varHeader));
@@ -143,7 +152,10 @@ private:
     QByteArray m_bytes;
     irsdk_header m_header {};
     QList<irsdk_varHeader> m_varHeaders;
+    QString m_path;
+    std::shared_ptr<QTemporaryFile> m_temporary;
     QByteArray m_sessionText;
+    QList<IbtVariable> m_variables;
     QByteArray m_records;
     qint64 m_recordCount = 0;
 };

@@ -399,15 +399,16 @@ void tst_Import::lapHandedOverByTheLastRecordIsListedOnce()
     // The record whose tick hands the first flying lap over.
     const IbtImage file = IbtImage::load(whole);
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
-    ReaderReplay ticks(reader, file);
     qsizetype handOver = -1;
     QSharedPointer<Lap> flying;
-    while (handOver < 0 && ticks.next()) {
-        if (reader.isMyLapReady() && reader.myLap()->header().flyingLap == 1) {
-            handOver = ticks.record();
+    FileReplay::Hooks hooks;
+    hooks.ran = [&](qint64 record, const QSharedPointer<Lap> &) {
+        if (handOver < 0 && reader.isMyLapReady() && reader.myLap()->header().flyingLap == 1) {
+            handOver = record;
             flying = reader.myLap();
         }
-    }
+    };
+    ReaderReplay::run(reader, file, hooks);
     QVERIFY(handOver > 0);
 
     // The same session, ending with that record.

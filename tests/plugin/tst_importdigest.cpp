@@ -28,7 +28,9 @@
 //
 // Beside the digests, importdetails.qz holds the same imports item by item (ImportDetails), so
 // that a digest that differs comes with the first item that differs: the case, the lap, the
-// header field, named value, message or channel, and both values or the channel's block.
+// header field, named value, message or channel, and both values; for a channel that copies a
+// variable of the file, its first differing entry with both values, re-derived from the file;
+// for any other channel, the block of entries whose hash differs.
 // ZUM_RECORD_DETAILS=path writes that file from the import as it is; it needs every case, so
 // the whole test with the recorded files present.
 
@@ -241,12 +243,13 @@ QHash<QString, QString> expectedDigests()
     return digests;
 }
 
-ImportDetails detailsOf(const Import &import)
+// path: the imported file, to re-derive a differing channel from.
+ImportDetails detailsOf(const Import &import, const QString &path = {})
 {
     QList<std::pair<QString, int>> messages = import.messages;
     if (import.allocationFailure)
         messages.prepend({QStringLiteral("allocation failure"), -1});
-    return ImportDetails(messages, import.laps);
+    return ImportDetails(messages, import.laps, path);
 }
 
 bool recording()
@@ -306,7 +309,7 @@ void tst_ImportDigest::check(const QString &name, const QString &path)
 {
     const Import import = runImport(path);
     const QString digest = importDigest(import);
-    const ImportDetails details = detailsOf(import);
+    const ImportDetails details = detailsOf(import, path);
     if (!qEnvironmentVariableIsEmpty("ZUM_RECORD_DETAILS"))
         m_recordedDetails.append({name, details});
     if (recording()) {
@@ -371,6 +374,7 @@ void tst_ImportDigest::differenceNamesTheItem_data()
     QTest::newRow("driver") << QStringLiteral("driver");
     QTest::newRow("named value") << QStringLiteral("value");
     QTest::newRow("channel entry") << QStringLiteral("channel");
+    QTest::newRow("derived channel entry") << QStringLiteral("derived channel");
     QTest::newRow("message") << QStringLiteral("message");
     QTest::newRow("one lap fewer") << QStringLiteral("lap");
 }
@@ -420,10 +424,23 @@ void tst_ImportDigest::differenceNamesTheItem()
                  qPrintable(text));
         return;
     } else if (change == QLatin1String("channel")) {
+        // The player's speed in a live file is the recorded variable: the file itself says what
+        // the entry was.
         const QSharedPointer<Channel> speed = lap.channel(QStringLiteral("speed"));
         QVERIFY(speed);
         const qint64 index = speed->size() / 2 + 7;
-        speed->setValue(index, speed->value(index) + 0.25);
+        const double before = speed->value(index);
+        speed->setValue(index, before + 0.25);
+        const auto number = [](double value) {
+            return QString::number(value, 'g', QLocale::FloatingPointShortest);
+        };
+        QVERIFY(number(before) != number(before + 0.25));
+        QCOMPARE(detailsOf(import, path).firstDifference(QStringLiteral("practice"), expected),
+                 QStringLiteral("practice: %1 channel speed: entry %2: expected %3, got %4")
+                     .arg(lapName)
+                     .arg(index)
+                     .arg(number(before), number(before + 0.25)));
+        // Without the file, the block of entries that holds it.
         const int block = int(index * ImportDetails::Blocks / speed->size());
         report = QStringLiteral("%1 channel speed: entries %2 to %3 differ (block %4 of %5)")
                      .arg(lapName)
@@ -431,6 +448,23 @@ void tst_ImportDigest::differenceNamesTheItem()
                      .arg(speed->size() * (block + 1) / ImportDetails::Blocks - 1)
                      .arg(block + 1)
                      .arg(ImportDetails::Blocks);
+    } else if (change == QLatin1String("derived channel")) {
+        // The fuel weight is the import's own product: nothing in the file to compare it with,
+        // so the block of entries that holds the change is named.
+        const QSharedPointer<Channel> weight = lap.channel(QStringLiteral("fuelweight"));
+        QVERIFY(weight);
+        const qint64 index = weight->size() / 3;
+        weight->setValue(index, weight->value(index) + 1.0);
+        const int block = int(index * ImportDetails::Blocks / weight->size());
+        QCOMPARE(detailsOf(import, path).firstDifference(QStringLiteral("practice"), expected),
+                 QStringLiteral("practice: %1 channel fuelweight: entries %2 to %3 differ (block "
+                                "%4 of %5)")
+                     .arg(lapName)
+                     .arg(weight->size() * block / ImportDetails::Blocks)
+                     .arg(weight->size() * (block + 1) / ImportDetails::Blocks - 1)
+                     .arg(block + 1)
+                     .arg(ImportDetails::Blocks));
+        return;
     } else if (change == QLatin1String("message")) {
         const QString before = import.messages.first().first;
         import.messages.first().first += QLatin1String(" altered");

@@ -1,11 +1,13 @@
 #include "ibtimage.h"
 #include "irtelemetryreader.h"
+#include "readerreplay.h"
 #include "samplefiles.h"
 
 #include <QSet>
 #include <QTest>
 
-// Every record of the simulator's own recordings decodes into the player's sample.
+// Every record of the simulator's own recordings decodes into the player's sample, on the
+// import's own path.
 class tst_RawFiles : public QObject
 {
     Q_OBJECT
@@ -61,21 +63,18 @@ void tst_RawFiles::everyRecordDecodes()
     const IbtImage ibt = IbtImage::load(SampleFiles::path(file));
     QCOMPARE(ibt.recordCount(), records);
 
-    const QByteArray text = ibt.terminatedSessionText();
-    iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
-    reader.setYaml(text.constData());
-    reader.updateCarList();
-
     QSet<QString> distinctNames;
     for (int v = 0; v < ibt.header().numVars; ++v)
         distinctNames.insert(QString::fromUtf8(ibt.varHeaders()[v].name).toLower());
 
-    for (qsizetype r = 0; r < ibt.recordCount(); ++r) {
-        const QList<ZUM::SDK::Sample> samples
-            = reader.getRawData(&ibt.header(), ibt.varHeaders().constData(), ibt.record(r));
+    // As the import decodes them: on its worker thread, into samples that come back from the
+    // ticks to be refilled.
+    iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
+    FileReplay::Hooks hooks;
+    hooks.decoded = [&](qint64 record, const QList<ZUM::SDK::Sample> &samples) {
         QCOMPARE(samples.size(), 1);
         QCOMPARE(samples[0].dynamicData.size(), distinctNames.size());
-        if (r == 0) {
+        if (record == 0) {
             const ZUM::SDK::Value time
                 = samples[0].dynamicData.value(QStringLiteral("sessiontime"));
             QCOMPARE(time.metaType(), QMetaType::fromType<double>());
@@ -84,7 +83,9 @@ void tst_RawFiles::everyRecordDecodes()
             QCOMPARE(samples[0].dynamicData.value(QStringLiteral("speed")).unit(),
                      QStringLiteral("m/s"));
         }
-    }
+    };
+    const FileReplay::Result replayed = ReaderReplay::run(reader, ibt, hooks);
+    QCOMPARE(replayed.ticks, qint64(records));
     QCOMPARE(reader.variableNames().size(), qMax(ibt.header().numVars, 0));
 }
 

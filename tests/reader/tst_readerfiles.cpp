@@ -9,7 +9,7 @@
 using ZUM::SDK::Lap;
 using ZUM::SDK::Session;
 
-// The reader over the simulator's own recordings, record by record as the import runs it.
+// The reader over the simulator's own recordings, run as the import runs it.
 class tst_ReaderFiles : public QObject
 {
     Q_OBJECT
@@ -51,25 +51,35 @@ void tst_ReaderFiles::laps()
 
     const IbtImage ibt = IbtImage::load(SampleFiles::path(file));
     iRTelemetryReader reader(iRTelemetryReader::MyCarOnly);
-    ReaderReplay ticks(reader, ibt);
-    const QString lastLapTimeName = reader.simMode() == iRTelemetryReader::SimMode::Replay
-        ? QStringLiteral("lastlaptime")
-        : QStringLiteral("laplastlaptime");
+    // Each lap a tick handed over, with the last-lap time the player's car showed at that tick.
+    QList<std::pair<QSharedPointer<Lap>, float>> handedOver;
+    float lastLapTime = 0.0f;
+    FileReplay::Hooks hooks;
+    hooks.decoded = [&](qint64, const QList<ZUM::SDK::Sample> &samples) {
+        const QString name = reader.simMode() == iRTelemetryReader::SimMode::Replay
+            ? QStringLiteral("lastlaptime")
+            : QStringLiteral("laplastlaptime");
+        lastLapTime = samples[0].dynamicData.value(name).toFloat();
+    };
+    hooks.ran = [&](qint64, const QSharedPointer<Lap> &lap) {
+        if (lap)
+            handedOver.append({lap, lastLapTime});
+    };
+    const FileReplay::Result replayed = ReaderReplay::run(reader, ibt, hooks);
+    QCOMPARE(replayed.ticks, ibt.recordCount());
+    QVERIFY(!replayed.overBudget);
 
-    QList<QSharedPointer<Lap>> laps;
-    while (ticks.next()) {
-        const QSharedPointer<Lap> lap = ticks.handedOverLap();
-        if (!lap)
-            continue;
-        laps.append(lap);
-        const float lastLapTime = ticks.samples()[0].dynamicData.value(lastLapTimeName).toFloat();
+    for (const auto &[lap, shown] : std::as_const(handedOver)) {
         if (lap->header().completed)
-            QCOMPARE(lap->header().lapTime, expectedTime(lastLapTime, lap->header()));
+            QCOMPARE(lap->header().lapTime, expectedTime(shown, lap->header()));
         else
             QCOMPARE(lap->header().lapTime, ZUM::SDK::UntimedLapTime);
     }
-    if (const QSharedPointer<Lap> lap = ticks.closeLapUnderWay())
-        laps.append(lap);
+    // Every lap a tick handed over, in order, then the lap under way at the end.
+    const QList<QSharedPointer<Lap>> &laps = replayed.laps;
+    QVERIFY(laps.size() - handedOver.size() <= 1);
+    for (qsizetype i = 0; i < handedOver.size(); ++i)
+        QCOMPARE(laps[i], handedOver[i].first);
 
     QStringList actual;
     for (const QSharedPointer<Lap> &lap : laps) {

@@ -28,6 +28,7 @@ QTime lapTimeOf(double seconds)
 struct Replayed
 {
     Laps laps;
+    qint64 ticks = 0; // records run
     SessionGenerator::Summary summary;
 };
 
@@ -52,7 +53,9 @@ Replayed replay(const SessionGenerator::Options &options,
     Replayed result;
     const IbtImage file = writtenSession(options, &result.summary);
     iRTelemetryReader reader(mode);
-    result.laps = ReaderReplay(reader, file).playerLaps();
+    const FileReplay::Result replayed = ReaderReplay::run(reader, file);
+    result.laps = replayed.laps;
+    result.ticks = replayed.ticks;
     return result;
 }
 
@@ -356,6 +359,7 @@ void tst_Scenarios::liveFileWithoutIsOnTrack()
     SessionGenerator::Options options = optionsFor(Scenario::Practice);
     options.isOnTrackVariable = false;
     const Replayed run = replay(options);
+    QCOMPARE(run.ticks, qint64(run.summary.recordCount));
     QVERIFY(run.laps.isEmpty());
 }
 
@@ -364,6 +368,7 @@ void tst_Scenarios::noPlayerInTheSessionText()
     SessionGenerator::Options options = optionsFor(Scenario::Practice);
     options.player = false;
     const Replayed run = replay(options);
+    QCOMPARE(run.ticks, qint64(run.summary.recordCount));
     QVERIFY(run.laps.isEmpty());
 
     // Tracking every car does not help: without the player's session number the other cars
@@ -372,10 +377,13 @@ void tst_Scenarios::noPlayerInTheSessionText()
     const IbtImage file = writtenSession(options, &summary);
     iRTelemetryReader reader(iRTelemetryReader::AllCars);
     int ready = 0;
-    for (ReaderReplay ticks(reader, file); ticks.next();) {
+    FileReplay::Hooks hooks;
+    hooks.ran = [&](qint64, const QSharedPointer<Lap> &) {
         for (int car = 0; car < reader.cars().size(); ++car)
             ready += reader.isLapReady(car) && !reader.lap(car)->isEmpty();
-    }
+    };
+    const FileReplay::Result replayed = ReaderReplay::run(reader, file, hooks);
+    QCOMPARE(replayed.ticks, file.recordCount());
     QCOMPARE(reader.myCarIdx(), -1);
     QVERIFY(reader.myLap().isNull());
     QCOMPARE(ready, 0);

@@ -1,6 +1,6 @@
+#include "ibtimage.h"
 #include "quickoptions.h"
 #include "sessiongenerator.h"
-#include "ibtimage.h"
 
 #include <QSet>
 #include <QTemporaryDir>
@@ -599,9 +599,8 @@ void tst_SessionGenerator::carArraysDescribeTheField()
     const QSet<int> cars(s.carIdxs.begin(), s.carIdxs.end());
     QCOMPARE(cars.size(), options.otherCars + 1);
 
-    const QList<irsdk_varHeader> vars = file.varHeaders();
     const auto value = [&](const char *name, qint64 record, int car) {
-        return file.value(vars[file.indexOf(name)], record, car);
+        return file.value(name, record, car);
     };
     for (qint64 r = 0; r < file.recordCount(); r += 37) {
         QSet<int> positions;

@@ -3,7 +3,7 @@
 // The hand-over of decoded ticks between the thread that reads the file and the thread that
 // builds laps: a blocking queue of at most Capacity items, one producer, one consumer, closed
 // once by the producer. The items live in a ring of fixed size, so a push allocates nothing.
-// Only the import uses it.
+// Only TickStream uses it.
 
 #include <array>
 #include <condition_variable>
