@@ -18,6 +18,7 @@ private slots:
     void initTestCase();
     void changedFileReplaced();
     void movedFileFollowed();
+    void largeFileHashedWhole();
     void newerLibraryRefused();
     void foreignDatabaseRefused();
     void passwordInUrlRefused();
@@ -76,6 +77,66 @@ void TestLibraryFiles::movedFileFollowed()
     QVERIFY(QFile::rename(path, moved));
     const TestLibrary::Run again
         = run({QStringLiteral("add"), dir.path(), QStringLiteral("--db"), library.address()});
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
+             again.err.constData());
+    const QJsonArray rows = jsonRows(run({QStringLiteral("sessions"), QStringLiteral("--json"),
+                                          QStringLiteral("--db"), library.address()}));
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows.first().toObject()[u"file"].toString(), QFileInfo(moved).absoluteFilePath());
+}
+
+void TestLibraryFiles::largeFileHashedWhole()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(library.isReady());
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("long stint.ibt"));
+    SessionGenerator::Options options;
+    options.duration = 240.0;
+    QVERIFY(SessionGenerator(options).write(path));
+    const qint64 size = QFileInfo(path).size();
+    // Larger than what a hash of the ends and a block every 16 MiB would read whole.
+    QVERIFY2(size > 20 << 20, qPrintable(QString::number(size)));
+    const QStringList add {QStringLiteral("add"), dir.path(), QStringLiteral("--db"),
+                           library.address()};
+    QCOMPARE(run(add).exitCode, 0);
+    const auto setModified = [](const QString &file, const QDateTime &time) {
+        QFile touched(file);
+        return touched.open(QIODevice::ReadWrite)
+            && touched.setFileTime(time, QFileDevice::FileModificationTime);
+    };
+
+    // A new time stamp alone: the same contents, not imported again.
+    QVERIFY(setModified(path, QDateTime::currentDateTimeUtc().addSecs(60)));
+    TestLibrary::Run again = run(add);
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
+             again.err.constData());
+
+    // Bytes in the middle changed, far from the ends and from a 16 MiB boundary, the size
+    // kept: imported again.
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const qint64 at = (17 << 20) + 12345;
+        QVERIFY(file.seek(at));
+        QByteArray bytes = file.read(4096);
+        for (char &byte : bytes)
+            byte = char(~byte);
+        QVERIFY(file.seek(at));
+        QCOMPARE(file.write(bytes), bytes.size());
+    }
+    QCOMPARE(QFileInfo(path).size(), size);
+    QVERIFY(setModified(path, QDateTime::currentDateTimeUtc().addSecs(120)));
+    again = run(add);
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY2(again.err.contains("1 of 1 files imported"), again.err.constData());
+
+    // Renamed: found again by its contents, not imported.
+    const QString moved = dir.filePath(QStringLiteral("renamed stint.ibt"));
+    QVERIFY(QFile::rename(path, moved));
+    again = run(add);
     QCOMPARE(again.exitCode, 0);
     QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
              again.err.constData());

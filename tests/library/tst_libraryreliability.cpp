@@ -8,11 +8,14 @@
 #include "testlibrary.h"
 
 #include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <QTest>
 
 using TestLibrary::run;
@@ -26,6 +29,7 @@ private slots:
     void killedAdd_data();
     void killedAdd();
     void twoAddsAtOnce();
+    void waitingAddSaysSo();
     void readOnlyLibrary();
     void damagedLibrary();
     void serverNotThere();
@@ -141,6 +145,54 @@ void TestLibraryReliability::twoAddsAtOnce()
     QVERIFY(second.waitForFinished(300000));
     QVERIFY2(first.exitCode() == 0, first.readAllStandardError().constData());
     QVERIFY2(second.exitCode() == 0, second.readAllStandardError().constData());
+    QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
+}
+
+void TestLibraryReliability::waitingAddSaysSo()
+{
+    if (TestLibrary::onServer())
+        QSKIP("a SQLite file has one writer at a time; a server stores two adds side by side");
+    TestLibrary::Fresh library;
+    QVERIFY2(library.isReady(), qPrintable(library.error()));
+    QCOMPARE(run(arguments(QStringLiteral("add"), library.address())
+                 + QStringList {m_lapCounts.firstKey()})
+                 .exitCode,
+             0);
+    const QByteArray waiting
+        = "waiting for another ibt-library add to finish writing to " + library.address().toUtf8();
+    {
+        // Another writer holds the library's write lock until this test lets go.
+        QSqlDatabase db
+            = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other writer"));
+        db.setDatabaseName(library.address());
+        QVERIFY(db.open());
+        QSqlQuery hold(db);
+        QVERIFY(hold.exec(QStringLiteral("BEGIN IMMEDIATE")));
+
+        QProcess add;
+        add.setReadChannel(QProcess::StandardError);
+        add.start(QStringLiteral(IBT_LIBRARY_PATH),
+                  arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
+        QVERIFY(add.waitForStarted());
+        QByteArray err;
+        const QDeadlineTimer deadline(120000);
+        while (!err.contains(waiting) && add.state() == QProcess::Running
+               && !deadline.hasExpired()) {
+            add.waitForReadyRead(1000);
+            err += add.readAllStandardError();
+        }
+        QVERIFY2(err.contains(waiting), err.constData());
+        QCOMPARE(add.state(), QProcess::Running);
+        QVERIFY2(!err.contains("added "), err.constData());
+
+        QVERIFY(hold.exec(QStringLiteral("COMMIT")));
+        QVERIFY(add.waitForFinished(300000));
+        err += add.readAllStandardError();
+        QVERIFY2(add.exitCode() == 0, err.constData());
+        QCOMPARE(err.count(waiting), 1);
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("other writer"));
     QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
 }
 

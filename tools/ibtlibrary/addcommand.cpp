@@ -28,7 +28,9 @@ AddCommand::AddCommand(Library &library, const Settings &settings, QTextStream &
     : m_library(library)
     , m_settings(settings)
     , m_err(err)
-{ }
+{
+    m_library.setWaitNotice([this] { sayWaiting(); });
+}
 
 QStringList AddCommand::collect(const QStringList &paths)
 {
@@ -64,22 +66,26 @@ int AddCommand::exec(const QStringList &paths)
     for (const Library::KnownFile &file : known) {
         m_byPath.insert(file.path, file);
         m_byHash.insert(file.hash, file);
+        m_hashesBySize.insert(file.size, file.hash);
     }
 
     const QStringList files = collect(paths);
-    QStringList imports;
-    qsizetype done = 0;
+    QList<ImportWorker::Request> imports;
+    m_total = files.size();
     for (const QString &file : files) {
-        if (isUnchanged(file))
-            progress(++done, files.size());
-        else
-            imports.append(file);
+        if (isUnchanged(file)) {
+            ++m_done;
+            progress();
+        } else {
+            imports.append({file, m_hashesBySize.values(QFileInfo(file).size())});
+        }
     }
     ImportWorkers workers(QCoreApplication::applicationFilePath(),
                           {ImportWorker::argument(), m_settings.pluginPath}, m_settings.jobs);
     workers.run(imports, [&](const StoredFile &file) {
         store(file);
-        progress(++done, files.size());
+        ++m_done;
+        progress();
     });
     if (m_settings.terminal && !files.isEmpty())
         m_err << '\n';
@@ -162,17 +168,38 @@ void AddCommand::store(StoredFile stored)
         m_err << QStringLiteral("added %1: %2 laps").arg(path).arg(stored.laps.size()) << Qt::endl;
 }
 
-void AddCommand::progress(qsizetype done, qsizetype total)
+void AddCommand::progress()
 {
     if (!m_settings.terminal)
         return;
     constexpr int Width = 30;
-    const int filled = int(Width * done / std::max<qsizetype>(total, 1));
+    const int filled = int(Width * m_done / std::max<qsizetype>(m_total, 1));
     const double elapsed = m_clock.elapsed() / 1000.0;
-    const double left = done > 0 ? elapsed * double(total - done) / double(done) : 0.0;
-    m_err << '\r' << '[' << QString(filled, QLatin1Char('#'))
-          << QString(Width - filled, QLatin1Char('.')) << "] " << done << '/' << total << " files, "
-          << m_laps << " laps, " << LapTime::clockText(elapsed).section(QLatin1Char('.'), 0, 0)
-          << " elapsed, " << LapTime::clockText(left).section(QLatin1Char('.'), 0, 0) << " left "
-          << Qt::flush;
+    const double left = m_done > 0 ? elapsed * double(m_total - m_done) / double(m_done) : 0.0;
+    const QString line = QLatin1Char('[') + QString(filled, QLatin1Char('#'))
+        + QString(Width - filled, QLatin1Char('.'))
+        + QStringLiteral("] %1/%2 files, %3 laps, ").arg(m_done).arg(m_total).arg(m_laps)
+        + LapTime::clockText(elapsed).section(QLatin1Char('.'), 0, 0) + QStringLiteral(" elapsed, ")
+        + LapTime::clockText(left).section(QLatin1Char('.'), 0, 0) + QStringLiteral(" left ");
+    m_progressWidth = line.size();
+    m_err << '\r' << line << Qt::flush;
+}
+
+void AddCommand::sayWaiting()
+{
+    if (m_saidWaiting)
+        return;
+    m_saidWaiting = true;
+    const QString text
+        = QStringLiteral("waiting for another ibt-library add to finish writing to %1…")
+              .arg(m_library.address().displayText());
+    if (!m_settings.terminal) {
+        m_err << text << Qt::endl;
+        return;
+    }
+    // On its own line above the progress bar, which is drawn again below it.
+    m_err << '\r' << text.leftJustified(m_progressWidth) << '\n';
+    if (m_progressWidth > 0)
+        progress();
+    m_err.flush();
 }

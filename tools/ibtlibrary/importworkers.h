@@ -1,5 +1,6 @@
 #pragma once
 
+#include "importworker.h"
 #include "storedfile.h"
 
 #include <QList>
@@ -21,7 +22,7 @@ public:
     ImportWorkers(QString program, QStringList arguments, int count);
 
     // Returns when every file is done.
-    void run(const QStringList &paths, const Done &done);
+    void run(const QList<ImportWorker::Request> &jobs, const Done &done);
 
 private:
     QString m_program;

@@ -92,7 +92,23 @@ bool Library::begin()
             return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
         return true;
     }
+    // Tried at once first, so that a tool that has to wait for another one's write says so.
     QSqlQuery query(db);
+    if (!run(query, m_dialect.lockWaitStatement(0)))
+        return false;
+    const bool began = run(query, statement);
+    const bool busy = m_busy;
+    const QString reason = m_errorString;
+    if (!run(query, m_dialect.lockWaitStatement(BusyWaitMilliseconds)))
+        return began ? rollback({}) : false;
+    if (began)
+        return true;
+    if (!busy) {
+        m_errorString = reason;
+        return false;
+    }
+    if (m_waitNotice)
+        m_waitNotice();
     return run(query, statement);
 }
 
@@ -132,6 +148,8 @@ bool Library::open(Access access)
     while (!checkSchema(access, false)) {
         if (!m_busy || waited.elapsed() > BusyWaitMilliseconds)
             return false;
+        if (m_waitNotice)
+            m_waitNotice();
         QThread::msleep(50);
     }
     return true;

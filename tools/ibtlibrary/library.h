@@ -11,6 +11,8 @@
 #include <QString>
 #include <QVariantList>
 
+#include <functional>
+
 class QSqlQuery;
 
 // One connection to a lap library: opening it checks that it is one and of a version this
@@ -42,6 +44,9 @@ public:
     // Write access creates a library that does not exist yet; read access wants one.
     bool open(Access access);
     QString errorString() const { return m_errorString; }
+    // Called each time a write has to wait for another tool's, which holds the library's
+    // write lock (SQLite has one writer at a time), before it waits.
+    void setWaitNotice(std::function<void()> notice) { m_waitNotice = std::move(notice); }
     const DatabaseAddress &address() const { return m_address; }
     const SqlDialect &dialect() const { return m_dialect; }
     QSqlDatabase database() const;
@@ -73,4 +78,5 @@ private:
     QString m_connectionName;
     QString m_errorString;
     bool m_busy = false; // the last query failed on another connection's lock
+    std::function<void()> m_waitNotice;
 };
