@@ -66,23 +66,38 @@ int AddCommand::exec(const QStringList &paths)
     for (const Library::KnownFile &file : known) {
         m_byPath.insert(file.path, file);
         m_byHash.insert(file.hash, file);
-        m_hashesBySize.insert(file.size, file.hash);
+        // A file without laps stored before the library kept why is read again, wherever it is.
+        if (file.explained)
+            m_hashesBySize.insert(file.size, file.hash);
     }
 
     const QStringList files = collect(paths);
-    QList<ImportWorker::Request> imports;
+    struct Import
+    {
+        ImportWorker::Request request;
+        qint64 size = 0;
+    };
+    QList<Import> imports;
     m_total = files.size();
     for (const QString &file : files) {
         if (isUnchanged(file)) {
             ++m_done;
             progress();
         } else {
-            imports.append({file, m_hashesBySize.values(QFileInfo(file).size())});
+            const qint64 size = QFileInfo(file).size();
+            imports.append({{file, m_hashesBySize.values(size)}, size});
         }
     }
+    // The largest first, so that the longest import does not start last while the other
+    // workers stand idle.
+    std::stable_sort(imports.begin(), imports.end(),
+                     [](const Import &a, const Import &b) { return a.size > b.size; });
+    QList<ImportWorker::Request> requests;
+    for (const Import &import : std::as_const(imports))
+        requests.append(import.request);
     ImportWorkers workers(QCoreApplication::applicationFilePath(),
                           {ImportWorker::argument(), m_settings.pluginPath}, m_settings.jobs);
-    workers.run(imports, [&](const StoredFile &file) {
+    workers.run(requests, [&](const StoredFile &file) {
         store(file);
         ++m_done;
         progress();
@@ -106,7 +121,7 @@ bool AddCommand::isUnchanged(const QString &path)
 {
     const QFileInfo info(path);
     const auto known = m_byPath.constFind(path);
-    if (known == m_byPath.cend() || known->size != info.size()
+    if (known == m_byPath.cend() || !known->explained || known->size != info.size()
         || known->modified.toMSecsSinceEpoch() != info.lastModified().toUTC().toMSecsSinceEpoch())
         return false;
     ++m_unchanged;
@@ -119,7 +134,7 @@ bool AddCommand::isUnchanged(const QString &path)
 bool AddCommand::isKnownContents(const StoredFile &file)
 {
     const auto known = m_byHash.constFind(file.hash);
-    if (known == m_byHash.cend())
+    if (known == m_byHash.cend() || !known->explained)
         return false;
     const QString path = QDir::toNativeSeparators(file.path);
     ++m_unchanged;
@@ -164,8 +179,15 @@ void AddCommand::store(StoredFile stored)
     }
     ++m_imported;
     m_laps += stored.laps.size();
-    if (!m_settings.terminal)
-        m_err << QStringLiteral("added %1: %2 laps").arg(path).arg(stored.laps.size()) << Qt::endl;
+    if (m_settings.terminal)
+        return;
+    // A file without laps says why instead of "0 laps".
+    QString what = stored.laps.isEmpty() && !stored.note.isEmpty()
+        ? stored.note
+        : QStringLiteral("%1 laps").arg(stored.laps.size());
+    if (!stored.laps.isEmpty() && !stored.note.isEmpty())
+        what += QStringLiteral("; ") + stored.note;
+    m_err << QStringLiteral("added %1: %2").arg(path, what) << Qt::endl;
 }
 
 void AddCommand::progress()

@@ -3,8 +3,10 @@
 #include "lapchannels.h"
 #include "laptime.h"
 #include "laptrace.h"
+#include "nolapsreason.h"
 #include "sectortimes.h"
 #include "session.h"
+#include "sessionlabel.h"
 
 #include <QDir>
 
@@ -114,11 +116,25 @@ StoredFile ImportedFile::from(const ImportResult &result, const QFileInfo &file,
         // The laps read before the error are kept with it.
         stored.failure = reasons.join(QStringLiteral("; "));
     }
-    if (result.laps.isEmpty())
+    const RecordingInfo &recording = result.recording;
+    if (result.laps.isEmpty()) {
+        // What the session text says, as ibt-laps shows a file without laps, and why.
+        stored.trackName = recording.trackName();
+        stored.trackConfigName = recording.trackConfigName();
+        stored.carName = recording.carName();
+        stored.driverName = recording.driverName();
+        stored.sessionLabel = recording.sessionTypes();
+        if (!result.failed)
+            stored.note = NoLapsReason::of(result.file);
         return stored;
+    }
+    QStringList notes {recording.headerProblem(), recording.recordsNote()};
+    notes.removeAll(QString());
+    stored.note = notes.join(QStringLiteral("; "));
 
     const LapHeader &header = result.laps.first()->header();
     stored.sessionKind = ZUM::SDK::sessionName(header.session);
+    stored.sessionLabel = sessionLabel(header);
     const auto text = [&header](const char *name) {
         const ZUM::SDK::Value *value = header.dynamicData.find(QLatin1String(name));
         return value ? value->toString().trimmed() : QString();

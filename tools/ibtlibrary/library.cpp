@@ -1,6 +1,8 @@
 #include "library.h"
 
 #include "libraryschema.h"
+#include "session.h"
+#include "sessionlabel.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -258,6 +260,8 @@ bool Library::migrate(int fromVersion)
         if (!run(query, statement))
             return rollback({});
     }
+    if (fromVersion == 1 && !labelSessions())
+        return rollback({});
     const bool versioned = fromVersion == 0
         ? run(query, QStringLiteral("INSERT INTO library_info (name, version) VALUES (?, ?)"),
               {LibrarySchema::libraryName(), LibrarySchema::CurrentVersion})
@@ -271,17 +275,45 @@ bool Library::migrate(int fromVersion)
     return true;
 }
 
+bool Library::labelSessions()
+{
+    QSqlQuery query(database());
+    if (!run(query, QStringLiteral("SELECT id, session_kind, session_name FROM files")))
+        return false;
+    QList<std::pair<qint64, QString>> labels;
+    while (query.next()) {
+        // The import's kind and the session text's name are what a version 1 row holds of
+        // the header's session.
+        const QString kind = query.value(1).toString();
+        QString label = kind;
+        if (kind == ZUM::SDK::sessionName(ZUM::SDK::Session::Unknown)) {
+            ZUM::SDK::LapHeader header;
+            header.dynamicData.setValue(QStringLiteral("Session name"), query.value(2), QString());
+            label = sessionLabel(header);
+        }
+        labels.append({query.value(0).toLongLong(), label});
+    }
+    for (const auto &[id, label] : std::as_const(labels)) {
+        if (!run(query, QStringLiteral("UPDATE files SET session_label = ? WHERE id = ?"),
+                 {label, id}))
+            return false;
+    }
+    return true;
+}
+
 bool Library::knownFiles(QList<KnownFile> *files)
 {
     QSqlQuery query(database());
     query.setForwardOnly(true);
-    if (!run(query, QStringLiteral("SELECT id, path, size, modified, hash, failure FROM files")))
+    if (!run(query,
+             QStringLiteral("SELECT id, path, size, modified, hash, failure, "
+                            "CASE WHEN note IS NULL THEN 0 ELSE 1 END FROM files")))
         return false;
     while (query.next()) {
-        files->append({query.value(0).toLongLong(), query.value(1).toString(),
-                       query.value(2).toLongLong(),
-                       QDateTime::fromMSecsSinceEpoch(query.value(3).toLongLong(), Qt::UTC),
-                       query.value(4).toString(), query.value(5).toString()});
+        files->append(
+            {query.value(0).toLongLong(), query.value(1).toString(), query.value(2).toLongLong(),
+             QDateTime::fromMSecsSinceEpoch(query.value(3).toLongLong(), Qt::UTC),
+             query.value(4).toString(), query.value(5).toString(), query.value(6).toInt() == 1});
     }
     return true;
 }
@@ -306,6 +338,7 @@ bool Library::store(const StoredFile &file)
                                millisecondsOf(file.recordingStart),
                                text(file.sessionKind),
                                text(file.sessionName),
+                               text(file.sessionLabel),
                                text(file.trackName),
                                text(file.trackConfigName),
                                nullable(file.trackLength),
@@ -315,19 +348,20 @@ bool Library::store(const StoredFile &file)
                                nullable(file.airTemperature),
                                text(file.messages),
                                text(file.failure),
+                               text(file.note),
                                searchText({file.trackName, file.trackConfigName}),
                                searchText({file.carName}),
                                searchText({file.driverName}),
-                               searchText({file.sessionKind, file.sessionName})};
-    if (!run(
-            query,
-            QStringLiteral(
-                "INSERT INTO files (path, size, modified, hash, recording_start, session_kind, "
-                "session_name, track_name, track_config, track_length, car_name, driver_name, "
-                "skies, air_temperature, messages, failure, track_search, car_search, "
-                "driver_search, session_search) "
-                "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
-            values)
+                               searchText({file.sessionKind, file.sessionName, file.sessionLabel})};
+    if (!run(query,
+             QStringLiteral(
+                 "INSERT INTO files (path, size, modified, hash, recording_start, session_kind, "
+                 "session_name, session_label, track_name, track_config, track_length, car_name, "
+                 "driver_name, skies, air_temperature, messages, failure, note, track_search, "
+                 "car_search, driver_search, session_search) "
+                 "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) "
+                 "RETURNING id"),
+             values)
         || !query.next())
         return rollback(QStringLiteral("cannot store the file"));
     const qint64 fileId = query.value(0).toLongLong();

@@ -34,6 +34,8 @@ public:
         QDateTime modified;
         QString hash;
         QString failure;
+        // False for a file without laps stored before the library kept why it has none.
+        bool explained = true;
     };
 
     explicit Library(const DatabaseAddress &address);
@@ -69,6 +71,8 @@ private:
     bool failed(const QSqlQuery &query);
     bool checkSchema(Access access, bool retried);
     bool migrate(int fromVersion);
+    // Version 1's rows get their session as a driver reads it, from what they hold.
+    bool labelSessions();
     bool storeLaps(qint64 fileId, const QList<StoredLap> &laps);
     bool fail(const QString &what, const QString &detail);
     bool rollback(const QString &what);
