@@ -98,9 +98,11 @@ int AddCommand::exec(const QStringList &paths)
     ImportWorkers workers(QCoreApplication::applicationFilePath(),
                           {ImportWorker::argument(), m_settings.pluginPath}, m_settings.jobs);
     workers.run(requests, [&](const StoredFile &file) {
-        store(file);
+        if (!m_disconnected)
+            store(file);
         ++m_done;
         progress();
+        return !m_disconnected;
     });
     if (m_settings.terminal && !files.isEmpty())
         m_err << '\n';
@@ -148,8 +150,10 @@ bool AddCommand::isKnownContents(const StoredFile &file)
     }
     // Touched in place, or moved from a path that is gone: the stored rows stay, under the
     // file's new path and time stamp.
-    if (!m_library.updateIdentity(known->id, file.path, file.size, file.modified))
-        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+    if (!write([&] {
+            return m_library.updateIdentity(known->id, file.path, file.size, file.modified);
+        }))
+        failWrite(path);
     return true;
 }
 
@@ -169,8 +173,8 @@ void AddCommand::store(StoredFile stored)
     }
     if (isKnownContents(stored))
         return;
-    if (!m_library.store(stored)) {
-        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+    if (!write([&] { return m_library.store(stored); })) {
+        failWrite(path);
         return;
     }
     if (!stored.failure.isEmpty()) {
@@ -207,20 +211,53 @@ void AddCommand::progress()
     m_err << '\r' << line << Qt::flush;
 }
 
+bool AddCommand::write(const std::function<bool()> &statements)
+{
+    if (statements())
+        return true;
+    if (m_library.isConnected())
+        return false;
+    // A server that restarts ends the connection; the transaction under way is rolled back
+    // with it, so the file is stored again whole once the server answers.
+    say(QStringLiteral("note: lost the connection to the library (%1); connecting again…")
+            .arg(m_library.errorString()));
+    if (!m_library.reconnect(ReconnectSeconds)) {
+        m_disconnected = true;
+        return false;
+    }
+    say(QStringLiteral("note: connected again to library %1")
+            .arg(m_library.address().displayText()));
+    return statements();
+}
+
+void AddCommand::failWrite(const QString &path)
+{
+    if (!m_disconnected) {
+        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+        return;
+    }
+    m_failures.append(QStringLiteral("%1; the files stored before are kept, and the next add "
+                                     "adds the rest")
+                          .arg(m_library.errorString()));
+}
+
 void AddCommand::sayWaiting()
 {
     if (m_saidWaiting)
         return;
     m_saidWaiting = true;
-    const QString text
-        = QStringLiteral("waiting for another ibt-library add to finish writing to %1…")
-              .arg(m_library.address().displayText());
+    say(QStringLiteral("waiting for another ibt-library add to finish writing to %1…")
+            .arg(m_library.address().displayText()));
+}
+
+void AddCommand::say(const QString &line)
+{
     if (!m_settings.terminal) {
-        m_err << text << Qt::endl;
+        m_err << line << Qt::endl;
         return;
     }
     // On its own line above the progress bar, which is drawn again below it.
-    m_err << '\r' << text.leftJustified(m_progressWidth) << '\n';
+    m_err << '\r' << line.leftJustified(m_progressWidth) << '\n';
     if (m_progressWidth > 0)
         progress();
     m_err.flush();

@@ -7,6 +7,8 @@
 #include <QHash>
 #include <QStringList>
 
+#include <functional>
+
 class QTextStream;
 
 // ibt-library add: finds the .ibt files under the paths given, imports those that are new or
@@ -31,6 +33,9 @@ public:
     // opening it too, is told.
     AddCommand(Library &library, const Settings &settings, QTextStream &err);
 
+    // How long a lost connection to a server is tried again before add stops.
+    static constexpr int ReconnectSeconds = 15;
+
     // The exit status: 0, or 1 when a file failed or could not be stored.
     int exec(const QStringList &paths);
 
@@ -43,8 +48,16 @@ private:
     bool isKnownContents(const StoredFile &file);
     void store(StoredFile file);
     void progress();
+    // Runs the library's statements; when they fail because the connection to the server
+    // was lost, connects again and runs them once more.
+    bool write(const std::function<bool()> &statements);
+    // Records the failure of a write for the file; once the server is gone, one failure
+    // for all the files left.
+    void failWrite(const QString &path);
     // Said once, when the first write has to wait for another tool's.
     void sayWaiting();
+    // A line of its own: above the progress bar on a terminal.
+    void say(const QString &line);
 
     Library &m_library;
     Settings m_settings;
@@ -61,4 +74,5 @@ private:
     qsizetype m_total = 0;
     qsizetype m_progressWidth = 0; // of the progress line last drawn
     bool m_saidWaiting = false;
+    bool m_disconnected = false; // the server did not answer again: nothing more is stored
 };

@@ -34,7 +34,11 @@ void ImportWorkers::run(const QList<ImportWorker::Request> &jobs, const Done &do
     qsizetype finished = 0;
 
     const auto finish = [&](const StoredFile &file) {
-        done(file);
+        if (!done(file) && next < jobs.size()) {
+            // Stopped: the files not given out yet are left, those under way come back.
+            finished += jobs.size() - next;
+            next = jobs.size();
+        }
         if (++finished == jobs.size())
             loop.quit();
     };

@@ -16,12 +16,13 @@
 class ImportWorkers
 {
 public:
-    using Done = std::function<void(const StoredFile &)>;
+    // Called with each file as it comes; false stops giving out the files left.
+    using Done = std::function<bool(const StoredFile &)>;
 
     // `program` and `arguments` start one worker.
     ImportWorkers(QString program, QStringList arguments, int count);
 
-    // Returns when every file is done.
+    // Returns when every file is done, or after a stop when those under way are.
     void run(const QList<ImportWorker::Request> &jobs, const Done &done);
 
 private:

@@ -38,9 +38,10 @@ QVariant millisecondsOf(const QDateTime &dateTime)
 
 QString errorText(const QSqlError &error)
 {
-    // The driver's text and the database's, without repeating one that is in the other.
-    const QString database = error.databaseText().trimmed();
-    const QString driver = error.driverText().trimmed();
+    // The driver's text and the database's, without repeating one that is in the other, on
+    // one line (libpq's texts run over several).
+    const QString database = error.databaseText().simplified();
+    const QString driver = error.driverText().simplified();
     if (database.isEmpty() || driver.contains(database))
         return driver;
     if (driver.isEmpty() || database.contains(driver))
@@ -192,6 +193,33 @@ bool Library::connect(Access access)
     if (!db.open())
         return fail(QStringLiteral("cannot connect"), errorText(db.lastError()));
     return true;
+}
+
+bool Library::isConnected()
+{
+    if (m_dialect.isSQLite())
+        return true;
+    const QString reason = m_errorString;
+    QSqlQuery query(database());
+    const bool answered = query.exec(QStringLiteral("SELECT 1"));
+    m_errorString = reason;
+    return answered;
+}
+
+bool Library::reconnect(int seconds)
+{
+    QElapsedTimer waited;
+    waited.start();
+    QSqlDatabase db = database();
+    for (;;) {
+        db.close();
+        if (db.open())
+            return true;
+        if (waited.elapsed() >= seconds * 1000)
+            return fail(QStringLiteral("cannot connect again within %1 s").arg(seconds),
+                        errorText(db.lastError()));
+        QThread::msleep(500);
+    }
 }
 
 bool Library::checkSchema(Access access, bool retried)

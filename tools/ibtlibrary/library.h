@@ -62,6 +62,13 @@ public:
     // Removes the files with their laps, all or none.
     bool remove(const QList<qint64> &ids);
 
+    // After a failure: whether the connection to a server still answers (a file always
+    // does), keeping errorString() as the failure left it.
+    bool isConnected();
+    // Connects again to a server whose connection was lost, trying for up to `seconds`;
+    // false with errorString() set when it does not answer by then.
+    bool reconnect(int seconds);
+
     // Prepares and runs one statement with its bound values; false with errorString() set.
     bool run(QSqlQuery &query, const QString &sql, const QVariantList &values = {});
 
