@@ -10,11 +10,8 @@ std::optional<QString> FileHash::of(const QString &path, QString *error)
         *error = file.errorString();
         return std::nullopt;
     }
-    QCryptographicHash hash(QCryptographicHash::Blake2b_256);
-    // The size first, as text, the same on every system, as it always was: a file of up to
-    // 18 MiB, which earlier versions hashed whole too, keeps the hash its library holds.
+    QCryptographicHash hash(QCryptographicHash::Sha1);
     const qint64 size = file.size();
-    hash.addData(QByteArray::number(size));
     constexpr qint64 Block = 1 << 20;
     QByteArray block(Block, Qt::Uninitialized);
     qint64 read = 0;
