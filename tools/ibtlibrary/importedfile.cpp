@@ -76,8 +76,9 @@ StoredLap storedLap(const Lap &lap, std::optional<double> trackLength,
     return stored;
 }
 
-// The file on disk as the library tells it from others.
-StoredFile identity(const QFileInfo &file, const QString &hash)
+} // namespace
+
+StoredFile ImportedFile::identity(const QFileInfo &file, const QString &hash)
 {
     StoredFile stored;
     stored.path = QDir::fromNativeSeparators(file.absoluteFilePath());
@@ -86,8 +87,6 @@ StoredFile identity(const QFileInfo &file, const QString &hash)
     stored.hash = hash;
     return stored;
 }
-
-} // namespace
 
 StoredFile ImportedFile::failed(const QFileInfo &file, const QString &hash, const QString &reason)
 {

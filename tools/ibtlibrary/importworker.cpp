@@ -42,7 +42,7 @@ StoredFile answer(PluginHost &host, const ImportWorker::Request &request)
             return unreadable(file, error);
         // Contents the library holds: the tool settles it without the import.
         if (request.sameSizeHashes.contains(*hash))
-            return ImportedFile::failed(file, *hash, QString());
+            return ImportedFile::identity(file, *hash);
         return import(host, file, *hash);
     }
     // The hash reads the whole file on a thread of its own while the import reads it too,
