@@ -31,6 +31,7 @@ private slots:
     void notADatabaseRefused();
     void checkFindsChangedAndVanished();
     void removeFilesAndFolders();
+    void pluginGiven();
 };
 
 void TestLibraryFiles::initTestCase()
@@ -506,6 +507,26 @@ void TestLibraryFiles::removeFilesAndFolders()
         = run({QStringLiteral("remove"), subFolder, QStringLiteral("--db"), library.address()});
     QCOMPARE(unknown.exitCode, 1);
     QVERIFY(unknown.err.contains("no file of the library is there"));
+}
+
+void TestLibraryFiles::pluginGiven()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(library.isReady());
+    // Both spellings; Qt's GUI application has an option "-plugin" of its own.
+    const QString missing = m_dir.filePath(QStringLiteral("no such plug-in.so"));
+    for (const QStringList &option : {QStringList {QStringLiteral("--plugin"), missing},
+                                      QStringList {QStringLiteral("--plugin=") + missing}}) {
+        const TestLibrary::Run refused
+            = run(QStringList {QStringLiteral("add"), m_files.first()} + option
+                  + QStringList {QStringLiteral("--db"), library.address()});
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY2(refused.err.contains(missing.toUtf8()), refused.err.constData());
+    }
+    const TestLibrary::Run added
+        = run({QStringLiteral("add"), m_files.first(), QStringLiteral("--plugin"),
+               QStringLiteral(ZUM_PLUGIN_PATH), QStringLiteral("--db"), library.address()});
+    QVERIFY2(added.exitCode == 0, added.err.constData());
 }
 
 QTEST_GUILESS_MAIN(TestLibraryFiles)

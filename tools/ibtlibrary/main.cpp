@@ -128,13 +128,18 @@ int main(int argc, char *argv[])
     // Pictures are drawn off screen; no display is ever needed.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Read before QGuiApplication takes its own options out of them, among which "-plugin",
+    // which would swallow add's --plugin.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ibt-library"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZUM_VERSION));
 
     CommandLine commandLine;
     int status = 0;
-    if (commandLine.parse(QCoreApplication::arguments(), &status) == CommandLine::Parse::Exit)
+    if (commandLine.parse(arguments, &status) == CommandLine::Parse::Exit)
         return status;
 
     QTextStream err(stderr);
