@@ -32,6 +32,10 @@ private slots:
     void checkFindsChangedAndVanished();
     void removeFilesAndFolders();
     void pluginGiven();
+
+private:
+    // The one file of a library, renamed in its folder and added again.
+    void renameAndAdd(const QString &address, const QString &path, const QString &moved);
 };
 
 void TestLibraryFiles::initTestCase()
@@ -70,6 +74,22 @@ void TestLibraryFiles::changedFileReplaced()
              1);
 }
 
+void TestLibraryFiles::renameAndAdd(const QString &address, const QString &path,
+                                    const QString &moved)
+{
+    // Found again by its contents, not imported, and listed under its new name.
+    QVERIFY(QFile::rename(path, moved));
+    const TestLibrary::Run again = run(
+        {QStringLiteral("add"), QFileInfo(moved).absolutePath(), QStringLiteral("--db"), address});
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
+             again.err.constData());
+    const QJsonArray rows = jsonRows(run(
+        {QStringLiteral("sessions"), QStringLiteral("--json"), QStringLiteral("--db"), address}));
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows.first().toObject()[u"file"].toString(), QFileInfo(moved).absoluteFilePath());
+}
+
 void TestLibraryFiles::movedFileFollowed()
 {
     TestLibrary::Fresh library;
@@ -80,17 +100,7 @@ void TestLibraryFiles::movedFileFollowed()
     QCOMPARE(run({QStringLiteral("add"), dir.path(), QStringLiteral("--db"), library.address()})
                  .exitCode,
              0);
-    const QString moved = dir.filePath(QStringLiteral("after ü.ibt"));
-    QVERIFY(QFile::rename(path, moved));
-    const TestLibrary::Run again
-        = run({QStringLiteral("add"), dir.path(), QStringLiteral("--db"), library.address()});
-    QCOMPARE(again.exitCode, 0);
-    QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
-             again.err.constData());
-    const QJsonArray rows = jsonRows(run({QStringLiteral("sessions"), QStringLiteral("--json"),
-                                          QStringLiteral("--db"), library.address()}));
-    QCOMPARE(rows.size(), 1);
-    QCOMPARE(rows.first().toObject()[u"file"].toString(), QFileInfo(moved).absoluteFilePath());
+    renameAndAdd(library.address(), path, dir.filePath(QStringLiteral("after ü.ibt")));
 }
 
 void TestLibraryFiles::largeFileHashedWhole()
@@ -140,17 +150,7 @@ void TestLibraryFiles::largeFileHashedWhole()
     QCOMPARE(again.exitCode, 0);
     QVERIFY2(again.err.contains("1 of 1 files imported"), again.err.constData());
 
-    // Renamed: found again by its contents, not imported.
-    const QString moved = dir.filePath(QStringLiteral("renamed stint.ibt"));
-    QVERIFY(QFile::rename(path, moved));
-    again = run(add);
-    QCOMPARE(again.exitCode, 0);
-    QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
-             again.err.constData());
-    const QJsonArray rows = jsonRows(run({QStringLiteral("sessions"), QStringLiteral("--json"),
-                                          QStringLiteral("--db"), library.address()}));
-    QCOMPARE(rows.size(), 1);
-    QCOMPARE(rows.first().toObject()[u"file"].toString(), QFileInfo(moved).absoluteFilePath());
+    renameAndAdd(library.address(), path, dir.filePath(QStringLiteral("renamed stint.ibt")));
 }
 
 // The files of a folder of their own, with what ibt-laps shows of each: its session from the

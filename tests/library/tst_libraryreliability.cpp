@@ -48,6 +48,14 @@ private:
     {
         return {command, QStringLiteral("--db"), address};
     }
+    // An add of all the sessions, its standard error to read while it runs.
+    bool startAdd(QProcess &add, const QString &address) const
+    {
+        add.setReadChannel(QProcess::StandardError);
+        add.start(QStringLiteral(IBT_LIBRARY_PATH),
+                  arguments(QStringLiteral("add"), address) + QStringList {m_dir.path()});
+        return add.waitForStarted();
+    }
 
     QTemporaryDir m_dir;
     QMap<QString, qsizetype> m_lapCounts; // by file, as the plug-in gives them
@@ -109,10 +117,7 @@ void TestLibraryReliability::killedAdd()
     TestLibrary::Fresh library;
     QVERIFY2(library.isReady(), qPrintable(library.error()));
     QProcess add;
-    add.setReadChannel(QProcess::StandardError);
-    add.start(QStringLiteral(IBT_LIBRARY_PATH),
-              arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
-    QVERIFY(add.waitForStarted());
+    QVERIFY(startAdd(add, library.address()));
     QByteArray err;
     while (err.count("\nadded ") + err.startsWith("added ") < storedBeforeKill
            && add.state() == QProcess::Running) {
@@ -176,10 +181,7 @@ void TestLibraryReliability::waitingAddSaysSo()
         QVERIFY(hold.exec(QStringLiteral("BEGIN IMMEDIATE")));
 
         QProcess add;
-        add.setReadChannel(QProcess::StandardError);
-        add.start(QStringLiteral(IBT_LIBRARY_PATH),
-                  arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
-        QVERIFY(add.waitForStarted());
+        QVERIFY(startAdd(add, library.address()));
         QByteArray err;
         const QDeadlineTimer deadline(120000);
         while (!err.contains(waiting) && add.state() == QProcess::Running
@@ -333,9 +335,7 @@ void TestLibraryReliability::serverRestarts()
         QSqlQuery hold(holder.database());
         QVERIFY(holder.run(hold, QStringLiteral("BEGIN")));
         QVERIFY(holder.run(hold, QStringLiteral("LOCK TABLE files IN SHARE ROW EXCLUSIVE MODE")));
-        add.start(QStringLiteral(IBT_LIBRARY_PATH),
-                  arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
-        QVERIFY(add.waitForStarted());
+        QVERIFY(startAdd(add, library.address()));
         Library observer(address);
         QVERIFY(observer.open(Library::Access::Read));
         QSqlQuery waiting(observer.database());
