@@ -5,6 +5,9 @@
 #include "databaseaddress.h"
 #include "library.h"
 #include "libraryfixture.h"
+#include "libraryschema.h"
+#include "nolapsreason.h"
+#include "sessionlabel.h"
 
 #include <QSqlQuery>
 
@@ -18,12 +21,21 @@ private slots:
     void initTestCase();
     void changedFileReplaced();
     void movedFileFollowed();
+    void largeFileHashedWhole();
+    void filesWithoutLapsSayWhy_data();
+    void filesWithoutLapsSayWhy();
+    void firstVersionMigrated();
     void newerLibraryRefused();
     void foreignDatabaseRefused();
     void passwordInUrlRefused();
     void notADatabaseRefused();
     void checkFindsChangedAndVanished();
     void removeFilesAndFolders();
+    void pluginGiven();
+
+private:
+    // The one file of a library, renamed in its folder and added again.
+    void renameAndAdd(const QString &address, const QString &path, const QString &moved);
 };
 
 void TestLibraryFiles::initTestCase()
@@ -62,6 +74,22 @@ void TestLibraryFiles::changedFileReplaced()
              1);
 }
 
+void TestLibraryFiles::renameAndAdd(const QString &address, const QString &path,
+                                    const QString &moved)
+{
+    // Found again by its contents, not imported, and listed under its new name.
+    QVERIFY(QFile::rename(path, moved));
+    const TestLibrary::Run again = run(
+        {QStringLiteral("add"), QFileInfo(moved).absolutePath(), QStringLiteral("--db"), address});
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
+             again.err.constData());
+    const QJsonArray rows = jsonRows(run(
+        {QStringLiteral("sessions"), QStringLiteral("--json"), QStringLiteral("--db"), address}));
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows.first().toObject()[u"file"].toString(), QFileInfo(moved).absoluteFilePath());
+}
+
 void TestLibraryFiles::movedFileFollowed()
 {
     TestLibrary::Fresh library;
@@ -72,17 +100,250 @@ void TestLibraryFiles::movedFileFollowed()
     QCOMPARE(run({QStringLiteral("add"), dir.path(), QStringLiteral("--db"), library.address()})
                  .exitCode,
              0);
-    const QString moved = dir.filePath(QStringLiteral("after ü.ibt"));
-    QVERIFY(QFile::rename(path, moved));
-    const TestLibrary::Run again
-        = run({QStringLiteral("add"), dir.path(), QStringLiteral("--db"), library.address()});
+    renameAndAdd(library.address(), path, dir.filePath(QStringLiteral("after ü.ibt")));
+}
+
+void TestLibraryFiles::largeFileHashedWhole()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(library.isReady());
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("long stint.ibt"));
+    SessionGenerator::Options options;
+    options.duration = 240.0;
+    QVERIFY(SessionGenerator(options).write(path));
+    const qint64 size = QFileInfo(path).size();
+    // Larger than what a hash of the ends and a block every 16 MiB would read whole.
+    QVERIFY2(size > 20 << 20, qPrintable(QString::number(size)));
+    const QStringList add {QStringLiteral("add"), dir.path(), QStringLiteral("--db"),
+                           library.address()};
+    QCOMPARE(run(add).exitCode, 0);
+    const auto setModified = [](const QString &file, const QDateTime &time) {
+        QFile touched(file);
+        return touched.open(QIODevice::ReadWrite)
+            && touched.setFileTime(time, QFileDevice::FileModificationTime);
+    };
+
+    // A new time stamp alone: the same contents, not imported again.
+    QVERIFY(setModified(path, QDateTime::currentDateTimeUtc().addSecs(60)));
+    TestLibrary::Run again = run(add);
     QCOMPARE(again.exitCode, 0);
     QVERIFY2(again.err.contains("0 of 1 files imported (0 laps), 1 unchanged"),
              again.err.constData());
-    const QJsonArray rows = jsonRows(run({QStringLiteral("sessions"), QStringLiteral("--json"),
-                                          QStringLiteral("--db"), library.address()}));
-    QCOMPARE(rows.size(), 1);
-    QCOMPARE(rows.first().toObject()[u"file"].toString(), QFileInfo(moved).absoluteFilePath());
+
+    // Bytes in the middle changed, far from the ends and from a 16 MiB boundary, the size
+    // kept: imported again.
+    {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const qint64 at = (17 << 20) + 12345;
+        QVERIFY(file.seek(at));
+        QByteArray bytes = file.read(4096);
+        for (char &byte : bytes)
+            byte = char(~byte);
+        QVERIFY(file.seek(at));
+        QCOMPARE(file.write(bytes), bytes.size());
+    }
+    QCOMPARE(QFileInfo(path).size(), size);
+    QVERIFY(setModified(path, QDateTime::currentDateTimeUtc().addSecs(120)));
+    again = run(add);
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY2(again.err.contains("1 of 1 files imported"), again.err.constData());
+
+    renameAndAdd(library.address(), path, dir.filePath(QStringLiteral("renamed stint.ibt")));
+}
+
+// The files of a folder of their own, with what ibt-laps shows of each: its session from the
+// first lap, or for a file without laps from the session text, and why it has none.
+struct ShownFile
+{
+    qsizetype laps = 0;
+    QString session;
+    QString note;
+};
+
+static ShownFile shown(const QString &path)
+{
+    static PluginHost host(QStringLiteral(ZUM_PLUGIN_PATH));
+    static const bool loaded = host.load();
+    if (!loaded)
+        return {};
+    const ImportResult result = host.importFile(path);
+    ShownFile file;
+    file.laps = result.laps.size();
+    if (result.laps.isEmpty()) {
+        file.session = RecordingInfo::read(path).sessionTypes();
+        file.note = NoLapsReason::of(path);
+    } else {
+        file.session = sessionLabel(result.laps.first()->header());
+        file.note = RecordingInfo::read(path).headerProblem();
+    }
+    return file;
+}
+
+static QMap<QString, QJsonObject> sessionsByFile(const QString &address)
+{
+    QMap<QString, QJsonObject> rows;
+    const QJsonArray listed = jsonRows(run(
+        {QStringLiteral("sessions"), QStringLiteral("--json"), QStringLiteral("--db"), address}));
+    for (const QJsonValue &value : listed)
+        rows[value.toObject()[u"file"].toString()] = value.toObject();
+    return rows;
+}
+
+void TestLibraryFiles::filesWithoutLapsSayWhy_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("note"); // a pattern of the note; empty for the recorded file
+    QTest::addColumn<bool>("generated");
+    QTest::newRow("the car stays in the pit stall")
+        << QStringLiteral("stall.ibt")
+        << QStringLiteral("no laps: the car stayed in the pit stall for all [0-9]+ records")
+        << true;
+    QTest::newRow("the car never reaches the line")
+        << QStringLiteral("short run.ibt")
+        << QStringLiteral("no laps: the car covered [0-9]+% of a lap and never crossed the line")
+        << true;
+    QTest::newRow("a header of a version the simulator never writes")
+        << QStringLiteral("version 7.ibt")
+        << QStringLiteral("its header's version is 7, which the simulator never writes \\(it "
+                          "writes 1 and 2\\): not a telemetry recording")
+        << true;
+    QTest::newRow("recorded: a header of no telemetry recording")
+        << QStringLiteral("tj_invalid_test_file.ibt")
+        << QStringLiteral("no laps: the header is no telemetry recording's \\(version "
+                          "1635021600\\)")
+        << false;
+    QTest::newRow("recorded: offline testing, a session the import does not know")
+        << QStringLiteral("fg_test.ibt") << QString() << false;
+}
+
+void TestLibraryFiles::filesWithoutLapsSayWhy()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, note);
+    QFETCH(bool, generated);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(name);
+    SessionGenerator::Options options;
+    if (name == u"stall.ibt") {
+        options.duration = 4.0; // the car waits in the stall longer than that
+    } else if (name == u"short run.ibt") {
+        options.duration = 20.0;
+    } else if (name == u"version 7.ibt") {
+        options.laps = 1;
+        options.lapTime = 30.0;
+        options.trackLength = 1000.0;
+        options.overrides.ver = 7;
+    } else {
+        const QString recorded = QDir(qEnvironmentVariable("ZUM_IBT_SAMPLES")).filePath(name);
+        if (qEnvironmentVariableIsEmpty("ZUM_IBT_SAMPLES") || !QFile::exists(recorded))
+            QSKIP("the recorded files are not here");
+        QVERIFY(QFile::copy(recorded, path));
+    }
+    if (generated)
+        QVERIFY(SessionGenerator(options).write(path));
+    const ShownFile expected = shown(path);
+    QVERIFY2(
+        note.isEmpty()
+            || QRegularExpression(QStringLiteral("^%1$").arg(note)).match(expected.note).hasMatch(),
+        qPrintable(expected.note));
+
+    TestLibrary::Fresh library;
+    QVERIFY(library.isReady());
+    const TestLibrary::Run added
+        = run({QStringLiteral("add"), path, QStringLiteral("--db"), library.address()});
+    QCOMPARE(added.exitCode, 0);
+    const QString what = expected.laps == 0 ? expected.note
+        : expected.note.isEmpty()
+        ? QStringLiteral("%1 laps").arg(expected.laps)
+        : QStringLiteral("%1 laps; %2").arg(expected.laps).arg(expected.note);
+    QVERIFY2(added.err.contains(QStringLiteral("added %1: %2\n")
+                                    .arg(QFileInfo(path).absoluteFilePath(), what)
+                                    .toUtf8()),
+             added.err.constData());
+
+    const QJsonObject row
+        = sessionsByFile(library.address()).value(QFileInfo(path).absoluteFilePath());
+    QCOMPARE(row[u"laps"].toInteger(), expected.laps);
+    QCOMPARE(row[u"note"].toString(), expected.note);
+    QCOMPARE(row[u"sessionName"].toString(), expected.session);
+    if (!generated)
+        return;
+    // The session text's names, also where there are no laps.
+    QCOMPARE(row[u"sessionName"].toString(), QStringLiteral("Practice"));
+    QCOMPARE(row[u"trackName"].toString(), options.trackDisplayName);
+    QCOMPARE(row[u"trackConfigName"].toString(), options.trackConfigName);
+    QCOMPARE(row[u"driverName"].toString(), options.playerName);
+    QVERIFY(!row[u"carName"].toString().isEmpty());
+}
+
+void TestLibraryFiles::firstVersionMigrated()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(library.isReady());
+    QTemporaryDir dir;
+    SessionGenerator::Options stall;
+    stall.duration = 4.0;
+    const QString stallPath
+        = QFileInfo(dir.filePath(QStringLiteral("stall.ibt"))).absoluteFilePath();
+    QVERIFY(SessionGenerator(stall).write(stallPath));
+    QStringList files {stallPath, QFileInfo(m_files.first()).absoluteFilePath()};
+    QVERIFY(QFile::copy(m_files.first(), dir.filePath(QStringLiteral("laps.ibt"))));
+    files[1] = QFileInfo(dir.filePath(QStringLiteral("laps.ibt"))).absoluteFilePath();
+    const QString recorded
+        = QDir(qEnvironmentVariable("ZUM_IBT_SAMPLES")).filePath(QStringLiteral("fg_test.ibt"));
+    if (!qEnvironmentVariableIsEmpty("ZUM_IBT_SAMPLES") && QFile::exists(recorded)) {
+        files.append(QFileInfo(dir.filePath(QStringLiteral("fg_test.ibt"))).absoluteFilePath());
+        QVERIFY(QFile::copy(recorded, files.last()));
+    }
+    const QStringList add {QStringLiteral("add"), dir.path(), QStringLiteral("--db"),
+                           library.address()};
+    QCOMPARE(run(add).exitCode, 0);
+
+    // Back to what version 1 kept: no session labels, no notes.
+    QString error;
+    {
+        Library opened(*DatabaseAddress::parse(library.address(), &error));
+        QVERIFY(opened.open(Library::Access::Read));
+        QSqlQuery query(opened.database());
+        for (const QString &statement :
+             {QStringLiteral("ALTER TABLE files DROP COLUMN session_label"),
+              QStringLiteral("ALTER TABLE files DROP COLUMN note")})
+            QVERIFY2(opened.run(query, statement), qPrintable(opened.errorString()));
+        QVERIFY(opened.run(query, QStringLiteral("UPDATE library_info SET version = ?"), {1}));
+    }
+    const TestLibrary::Run refused
+        = run({QStringLiteral("sessions"), QStringLiteral("--db"), library.address()});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.contains("it is of an older version"), refused.err.constData());
+
+    // The file without laps is read again to learn why; the others are not.
+    const TestLibrary::Run again = run(add);
+    QCOMPARE(again.exitCode, 0);
+    QVERIFY2(again.err.contains(QStringLiteral("1 of %1 files imported (0 laps), %2 unchanged")
+                                    .arg(files.size())
+                                    .arg(files.size() - 1)
+                                    .toUtf8()),
+             again.err.constData());
+    const QMap<QString, QJsonObject> rows = sessionsByFile(library.address());
+    QCOMPARE(rows.keys(), [&] {
+        QStringList sorted = files;
+        sorted.sort();
+        return sorted;
+    }());
+    for (const QString &file : std::as_const(files)) {
+        const ShownFile expected = shown(file);
+        QCOMPARE(rows[file][u"sessionName"].toString(), expected.session);
+        QCOMPARE(rows[file][u"note"].toString(), expected.note);
+        QCOMPARE(rows[file][u"laps"].toInteger(), expected.laps);
+    }
+    Library opened(*DatabaseAddress::parse(library.address(), &error));
+    QVERIFY(opened.open(Library::Access::Read));
+    QSqlQuery query(opened.database());
+    QVERIFY(opened.run(query, QStringLiteral("SELECT version FROM library_info")));
+    QVERIFY(query.next());
+    QCOMPARE(query.value(0).toInt(), LibrarySchema::CurrentVersion);
 }
 
 void TestLibraryFiles::newerLibraryRefused()
@@ -246,6 +507,26 @@ void TestLibraryFiles::removeFilesAndFolders()
         = run({QStringLiteral("remove"), subFolder, QStringLiteral("--db"), library.address()});
     QCOMPARE(unknown.exitCode, 1);
     QVERIFY(unknown.err.contains("no file of the library is there"));
+}
+
+void TestLibraryFiles::pluginGiven()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(library.isReady());
+    // Both spellings; Qt's GUI application has an option "-plugin" of its own.
+    const QString missing = m_dir.filePath(QStringLiteral("no such plug-in.so"));
+    for (const QStringList &option : {QStringList {QStringLiteral("--plugin"), missing},
+                                      QStringList {QStringLiteral("--plugin=") + missing}}) {
+        const TestLibrary::Run refused
+            = run(QStringList {QStringLiteral("add"), m_files.first()} + option
+                  + QStringList {QStringLiteral("--db"), library.address()});
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY2(refused.err.contains(missing.toUtf8()), refused.err.constData());
+    }
+    const TestLibrary::Run added
+        = run({QStringLiteral("add"), m_files.first(), QStringLiteral("--plugin"),
+               QStringLiteral(ZUM_PLUGIN_PATH), QStringLiteral("--db"), library.address()});
+    QVERIFY2(added.exitCode == 0, added.err.constData());
 }
 
 QTEST_GUILESS_MAIN(TestLibraryFiles)

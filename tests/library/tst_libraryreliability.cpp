@@ -3,16 +3,23 @@
 // not there or refuses the login. Run on SQLite and on a PostgreSQL server like the other
 // tests of the library.
 
+#include "databaseaddress.h"
+#include "library.h"
 #include "pluginhost.h"
 #include "sessiongenerator.h"
 #include "testlibrary.h"
 
 #include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QScopeGuard>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QStandardPaths>
 #include <QTest>
 
 using TestLibrary::run;
@@ -26,10 +33,13 @@ private slots:
     void killedAdd_data();
     void killedAdd();
     void twoAddsAtOnce();
+    void waitingAddSaysSo();
     void readOnlyLibrary();
     void damagedLibrary();
     void serverNotThere();
     void loginRefused();
+    void serverRestarts_data();
+    void serverRestarts();
 
 private:
     // Every session the library lists has all its laps; the number of sessions listed.
@@ -37,6 +47,14 @@ private:
     QStringList arguments(const QString &command, const QString &address) const
     {
         return {command, QStringLiteral("--db"), address};
+    }
+    // An add of all the sessions, its standard error to read while it runs.
+    bool startAdd(QProcess &add, const QString &address) const
+    {
+        add.setReadChannel(QProcess::StandardError);
+        add.start(QStringLiteral(IBT_LIBRARY_PATH),
+                  arguments(QStringLiteral("add"), address) + QStringList {m_dir.path()});
+        return add.waitForStarted();
     }
 
     QTemporaryDir m_dir;
@@ -99,10 +117,7 @@ void TestLibraryReliability::killedAdd()
     TestLibrary::Fresh library;
     QVERIFY2(library.isReady(), qPrintable(library.error()));
     QProcess add;
-    add.setReadChannel(QProcess::StandardError);
-    add.start(QStringLiteral(IBT_LIBRARY_PATH),
-              arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
-    QVERIFY(add.waitForStarted());
+    QVERIFY(startAdd(add, library.address()));
     QByteArray err;
     while (err.count("\nadded ") + err.startsWith("added ") < storedBeforeKill
            && add.state() == QProcess::Running) {
@@ -141,6 +156,51 @@ void TestLibraryReliability::twoAddsAtOnce()
     QVERIFY(second.waitForFinished(300000));
     QVERIFY2(first.exitCode() == 0, first.readAllStandardError().constData());
     QVERIFY2(second.exitCode() == 0, second.readAllStandardError().constData());
+    QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
+}
+
+void TestLibraryReliability::waitingAddSaysSo()
+{
+    if (TestLibrary::onServer())
+        QSKIP("a SQLite file has one writer at a time; a server stores two adds side by side");
+    TestLibrary::Fresh library;
+    QVERIFY2(library.isReady(), qPrintable(library.error()));
+    QCOMPARE(run(arguments(QStringLiteral("add"), library.address())
+                 + QStringList {m_lapCounts.firstKey()})
+                 .exitCode,
+             0);
+    const QByteArray waiting
+        = "waiting for another ibt-library add to finish writing to " + library.address().toUtf8();
+    {
+        // Another writer holds the library's write lock until this test lets go.
+        QSqlDatabase db
+            = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other writer"));
+        db.setDatabaseName(library.address());
+        QVERIFY(db.open());
+        QSqlQuery hold(db);
+        QVERIFY(hold.exec(QStringLiteral("BEGIN IMMEDIATE")));
+
+        QProcess add;
+        QVERIFY(startAdd(add, library.address()));
+        QByteArray err;
+        const QDeadlineTimer deadline(120000);
+        while (!err.contains(waiting) && add.state() == QProcess::Running
+               && !deadline.hasExpired()) {
+            add.waitForReadyRead(1000);
+            err += add.readAllStandardError();
+        }
+        QVERIFY2(err.contains(waiting), err.constData());
+        QCOMPARE(add.state(), QProcess::Running);
+        QVERIFY2(!err.contains("added "), err.constData());
+
+        QVERIFY(hold.exec(QStringLiteral("COMMIT")));
+        QVERIFY(add.waitForFinished(300000));
+        err += add.readAllStandardError();
+        QVERIFY2(add.exitCode() == 0, err.constData());
+        QCOMPARE(err.count(waiting), 1);
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("other writer"));
     QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
 }
 
@@ -226,6 +286,110 @@ void TestLibraryReliability::loginRefused()
              refused.err.constData());
     // The password of the run's own user, which libpq offers, never shows.
     QVERIFY(!refused.err.contains(qgetenv("PGPASSWORD")));
+}
+
+// pg_virtualenv's cluster, as root and as any other user: version PGVERSION, named "regress"
+// (as another user, pg_ctlcluster finds it through PG_CLUSTER_CONF_ROOT, which pg_virtualenv
+// sets too).
+static bool controlServer(const QStringList &action)
+{
+    QProcess control;
+    control.setProcessChannelMode(QProcess::ForwardedChannels);
+    control.start(QStandardPaths::findExecutable(QStringLiteral("pg_ctlcluster")),
+                  QStringList {qEnvironmentVariable("PGVERSION"), QStringLiteral("regress")}
+                      + action);
+    return control.waitForFinished(120000) && control.exitStatus() == QProcess::NormalExit
+        && control.exitCode() == 0;
+}
+
+void TestLibraryReliability::serverRestarts_data()
+{
+    QTest::addColumn<bool>("comesBack"); // within the time add tries to connect again
+    QTest::newRow("restarted: add connects again and goes on") << true;
+    QTest::newRow("stopped: add stops, a re-run adds the rest") << false;
+}
+
+void TestLibraryReliability::serverRestarts()
+{
+    QFETCH(bool, comesBack);
+    if (!TestLibrary::onServer())
+        QSKIP("needs the PostgreSQL server of the run");
+    if (qEnvironmentVariableIsEmpty("PGVERSION")
+        || QStandardPaths::findExecutable(QStringLiteral("pg_ctlcluster")).isEmpty())
+        QSKIP("the server cannot be restarted here: pg_virtualenv gave no PGVERSION, or "
+              "pg_ctlcluster is not installed");
+    TestLibrary::Fresh library;
+    QVERIFY2(library.isReady(), qPrintable(library.error()));
+    const QString first = m_lapCounts.firstKey();
+    QCOMPARE(
+        run(arguments(QStringLiteral("add"), library.address()) + QStringList {first}).exitCode, 0);
+
+    QString error;
+    const DatabaseAddress address = *DatabaseAddress::parse(library.address(), &error);
+    QProcess add;
+    {
+        // Another add's transaction holds the files table, so that this one waits in the
+        // middle of storing its first file when the server goes.
+        Library holder(address);
+        QVERIFY2(holder.open(Library::Access::Read), qPrintable(holder.errorString()));
+        QSqlQuery hold(holder.database());
+        QVERIFY(holder.run(hold, QStringLiteral("BEGIN")));
+        QVERIFY(holder.run(hold, QStringLiteral("LOCK TABLE files IN SHARE ROW EXCLUSIVE MODE")));
+        QVERIFY(startAdd(add, library.address()));
+        Library observer(address);
+        QVERIFY(observer.open(Library::Access::Read));
+        QSqlQuery waiting(observer.database());
+        const QDeadlineTimer deadline(120000);
+        for (;;) {
+            QVERIFY(observer.run(
+                waiting, QStringLiteral("SELECT COUNT(*) FROM pg_locks WHERE NOT granted")));
+            QVERIFY(waiting.next());
+            if (waiting.value(0).toInt() > 0)
+                break;
+            QVERIFY2(!deadline.hasExpired() && add.state() == QProcess::Running,
+                     add.readAllStandardError().constData());
+            QTest::qWait(100);
+        }
+        QVERIFY(controlServer(comesBack ? QStringList {QStringLiteral("restart"),
+                                                       QStringLiteral("-m"), QStringLiteral("fast")}
+                                        : QStringList {QStringLiteral("stop"), QStringLiteral("-m"),
+                                                       QStringLiteral("fast")}));
+    }
+    // A stopped server is started again whatever the checks below find.
+    bool stopped = !comesBack;
+    const auto startAgain = qScopeGuard([&] {
+        if (stopped)
+            controlServer({QStringLiteral("start")});
+    });
+    QVERIFY(add.waitForFinished(300000));
+    const QByteArray err = add.readAllStandardError();
+    QVERIFY(!err.contains(qgetenv("PGPASSWORD")));
+    QVERIFY2(err.contains("note: lost the connection to the library (library "
+                          + library.address().toUtf8() + ": "),
+             err.constData());
+    if (comesBack) {
+        QVERIFY2(add.exitCode() == 0, err.constData());
+        QVERIFY2(err.contains("note: connected again to library " + library.address().toUtf8()),
+                 err.constData());
+        QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
+        return;
+    }
+    QCOMPARE(add.exitCode(), 1);
+    QVERIFY2(err.contains(QStringLiteral("error: library %1: cannot connect again within %2 s")
+                              .arg(library.address())
+                              .arg(15)
+                              .toUtf8()),
+             err.constData());
+    QVERIFY2(err.contains("the files stored before are kept, and the next add adds the rest"),
+             err.constData());
+    QVERIFY(controlServer({QStringLiteral("start")}));
+    stopped = false;
+    // The file stored before is whole, and a re-run adds the rest.
+    QCOMPARE(checkComplete(library.address()), 1);
+    QCOMPARE(run(arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()})
+                 .exitCode,
+             0);
+    QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
 }
 
 QTEST_GUILESS_MAIN(TestLibraryReliability)

@@ -28,7 +28,9 @@ AddCommand::AddCommand(Library &library, const Settings &settings, QTextStream &
     : m_library(library)
     , m_settings(settings)
     , m_err(err)
-{ }
+{
+    m_library.setWaitNotice([this] { sayWaiting(); });
+}
 
 QStringList AddCommand::collect(const QStringList &paths)
 {
@@ -64,22 +66,43 @@ int AddCommand::exec(const QStringList &paths)
     for (const Library::KnownFile &file : known) {
         m_byPath.insert(file.path, file);
         m_byHash.insert(file.hash, file);
+        // A file without laps stored before the library kept why is read again, wherever it is.
+        if (file.explained)
+            m_hashesBySize.insert(file.size, file.hash);
     }
 
     const QStringList files = collect(paths);
-    QStringList imports;
-    qsizetype done = 0;
+    struct Import
+    {
+        ImportWorker::Request request;
+        qint64 size = 0;
+    };
+    QList<Import> imports;
+    m_total = files.size();
     for (const QString &file : files) {
-        if (isUnchanged(file))
-            progress(++done, files.size());
-        else
-            imports.append(file);
+        if (isUnchanged(file)) {
+            ++m_done;
+            progress();
+        } else {
+            const qint64 size = QFileInfo(file).size();
+            imports.append({{file, m_hashesBySize.values(size)}, size});
+        }
     }
+    // The largest first, so that the longest import does not start last while the other
+    // workers stand idle.
+    std::stable_sort(imports.begin(), imports.end(),
+                     [](const Import &a, const Import &b) { return a.size > b.size; });
+    QList<ImportWorker::Request> requests;
+    for (const Import &import : std::as_const(imports))
+        requests.append(import.request);
     ImportWorkers workers(QCoreApplication::applicationFilePath(),
                           {ImportWorker::argument(), m_settings.pluginPath}, m_settings.jobs);
-    workers.run(imports, [&](const StoredFile &file) {
-        store(file);
-        progress(++done, files.size());
+    workers.run(requests, [&](const StoredFile &file) {
+        if (!m_disconnected)
+            store(file);
+        ++m_done;
+        progress();
+        return !m_disconnected;
     });
     if (m_settings.terminal && !files.isEmpty())
         m_err << '\n';
@@ -100,7 +123,7 @@ bool AddCommand::isUnchanged(const QString &path)
 {
     const QFileInfo info(path);
     const auto known = m_byPath.constFind(path);
-    if (known == m_byPath.cend() || known->size != info.size()
+    if (known == m_byPath.cend() || !known->explained || known->size != info.size()
         || known->modified.toMSecsSinceEpoch() != info.lastModified().toUTC().toMSecsSinceEpoch())
         return false;
     ++m_unchanged;
@@ -113,7 +136,7 @@ bool AddCommand::isUnchanged(const QString &path)
 bool AddCommand::isKnownContents(const StoredFile &file)
 {
     const auto known = m_byHash.constFind(file.hash);
-    if (known == m_byHash.cend())
+    if (known == m_byHash.cend() || !known->explained)
         return false;
     const QString path = QDir::toNativeSeparators(file.path);
     ++m_unchanged;
@@ -127,8 +150,10 @@ bool AddCommand::isKnownContents(const StoredFile &file)
     }
     // Touched in place, or moved from a path that is gone: the stored rows stay, under the
     // file's new path and time stamp.
-    if (!m_library.updateIdentity(known->id, file.path, file.size, file.modified))
-        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+    if (!write([&] {
+            return m_library.updateIdentity(known->id, file.path, file.size, file.modified);
+        }))
+        failWrite(path);
     return true;
 }
 
@@ -148,8 +173,8 @@ void AddCommand::store(StoredFile stored)
     }
     if (isKnownContents(stored))
         return;
-    if (!m_library.store(stored)) {
-        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+    if (!write([&] { return m_library.store(stored); })) {
+        failWrite(path);
         return;
     }
     if (!stored.failure.isEmpty()) {
@@ -158,21 +183,82 @@ void AddCommand::store(StoredFile stored)
     }
     ++m_imported;
     m_laps += stored.laps.size();
-    if (!m_settings.terminal)
-        m_err << QStringLiteral("added %1: %2 laps").arg(path).arg(stored.laps.size()) << Qt::endl;
+    if (m_settings.terminal)
+        return;
+    // A file without laps says why instead of "0 laps".
+    QString what = stored.laps.isEmpty() && !stored.note.isEmpty()
+        ? stored.note
+        : QStringLiteral("%1 laps").arg(stored.laps.size());
+    if (!stored.laps.isEmpty() && !stored.note.isEmpty())
+        what += QStringLiteral("; ") + stored.note;
+    m_err << QStringLiteral("added %1: %2").arg(path, what) << Qt::endl;
 }
 
-void AddCommand::progress(qsizetype done, qsizetype total)
+void AddCommand::progress()
 {
     if (!m_settings.terminal)
         return;
     constexpr int Width = 30;
-    const int filled = int(Width * done / std::max<qsizetype>(total, 1));
+    const int filled = int(Width * m_done / std::max<qsizetype>(m_total, 1));
     const double elapsed = m_clock.elapsed() / 1000.0;
-    const double left = done > 0 ? elapsed * double(total - done) / double(done) : 0.0;
-    m_err << '\r' << '[' << QString(filled, QLatin1Char('#'))
-          << QString(Width - filled, QLatin1Char('.')) << "] " << done << '/' << total << " files, "
-          << m_laps << " laps, " << LapTime::clockText(elapsed).section(QLatin1Char('.'), 0, 0)
-          << " elapsed, " << LapTime::clockText(left).section(QLatin1Char('.'), 0, 0) << " left "
-          << Qt::flush;
+    const double left = m_done > 0 ? elapsed * double(m_total - m_done) / double(m_done) : 0.0;
+    const QString line = QLatin1Char('[') + QString(filled, QLatin1Char('#'))
+        + QString(Width - filled, QLatin1Char('.'))
+        + QStringLiteral("] %1/%2 files, %3 laps, ").arg(m_done).arg(m_total).arg(m_laps)
+        + LapTime::clockText(elapsed).section(QLatin1Char('.'), 0, 0) + QStringLiteral(" elapsed, ")
+        + LapTime::clockText(left).section(QLatin1Char('.'), 0, 0) + QStringLiteral(" left ");
+    m_progressWidth = line.size();
+    m_err << '\r' << line << Qt::flush;
+}
+
+bool AddCommand::write(const std::function<bool()> &statements)
+{
+    if (statements())
+        return true;
+    if (m_library.isConnected())
+        return false;
+    // A server that restarts ends the connection; the transaction under way is rolled back
+    // with it, so the file is stored again whole once the server answers.
+    say(QStringLiteral("note: lost the connection to the library (%1); connecting again…")
+            .arg(m_library.errorString()));
+    if (!m_library.reconnect(ReconnectSeconds)) {
+        m_disconnected = true;
+        return false;
+    }
+    say(QStringLiteral("note: connected again to library %1")
+            .arg(m_library.address().displayText()));
+    return statements();
+}
+
+void AddCommand::failWrite(const QString &path)
+{
+    if (!m_disconnected) {
+        m_failures.append(QStringLiteral("%1: %2").arg(path, m_library.errorString()));
+        return;
+    }
+    m_failures.append(QStringLiteral("%1; the files stored before are kept, and the next add "
+                                     "adds the rest")
+                          .arg(m_library.errorString()));
+}
+
+void AddCommand::sayWaiting()
+{
+    if (m_saidWaiting)
+        return;
+    m_saidWaiting = true;
+    say(QStringLiteral("waiting for another ibt-library add to finish writing to %1…")
+            .arg(m_library.address().displayText()));
+}
+
+void AddCommand::say(const QString &line)
+{
+    if (!m_settings.terminal) {
+        m_err << line << Qt::endl;
+        return;
+    }
+    // On its own line above the progress bar, which is drawn again below it.
+    m_err << '\r' << line.leftJustified(m_progressWidth) << '\n';
+    if (m_progressWidth > 0)
+        progress();
+    m_err.flush();
 }

@@ -10,29 +10,15 @@ std::optional<QString> FileHash::of(const QString &path, QString *error)
         *error = file.errorString();
         return std::nullopt;
     }
-    QCryptographicHash hash(QCryptographicHash::Blake2b_256);
+    QCryptographicHash hash(QCryptographicHash::Sha1);
     const qint64 size = file.size();
-    // The size as text, the same on every system.
-    const QByteArray sizeBytes = QByteArray::number(size);
-    hash.addData(sizeBytes);
-    const auto add = [&](qint64 at, qint64 length) {
-        if (!file.seek(at))
-            return false;
-        const QByteArray bytes = file.read(length);
-        hash.addData(bytes);
-        return bytes.size() == length;
-    };
-    bool read = true;
-    if (size <= 2 * Edge + Stride) {
-        read = add(0, size);
-    } else {
-        read = add(0, Edge);
-        for (qint64 at = Stride; read && at + Block < size - Edge; at += Stride)
-            read = add(at, Block);
-        read = read && add(size - Edge, Edge);
-    }
-    if (!read) {
-        *error = file.errorString().isEmpty() ? QStringLiteral("it ended while being read")
+    constexpr qint64 Block = 1 << 20;
+    QByteArray block(Block, Qt::Uninitialized);
+    qint64 read = 0;
+    for (qint64 got; (got = file.read(block.data(), Block)) > 0; read += got)
+        hash.addData(QByteArrayView(block.constData(), got));
+    if (read != size) {
+        *error = file.errorString().isEmpty() ? QStringLiteral("it changed while being read")
                                               : file.errorString();
         return std::nullopt;
     }

@@ -3,8 +3,10 @@
 #include "lapchannels.h"
 #include "laptime.h"
 #include "laptrace.h"
+#include "nolapsreason.h"
 #include "sectortimes.h"
 #include "session.h"
+#include "sessionlabel.h"
 
 #include <QDir>
 
@@ -74,8 +76,9 @@ StoredLap storedLap(const Lap &lap, std::optional<double> trackLength,
     return stored;
 }
 
-// The file on disk as the library tells it from others.
-StoredFile identity(const QFileInfo &file, const QString &hash)
+} // namespace
+
+StoredFile ImportedFile::identity(const QFileInfo &file, const QString &hash)
 {
     StoredFile stored;
     stored.path = QDir::fromNativeSeparators(file.absoluteFilePath());
@@ -84,8 +87,6 @@ StoredFile identity(const QFileInfo &file, const QString &hash)
     stored.hash = hash;
     return stored;
 }
-
-} // namespace
 
 StoredFile ImportedFile::failed(const QFileInfo &file, const QString &hash, const QString &reason)
 {
@@ -114,11 +115,25 @@ StoredFile ImportedFile::from(const ImportResult &result, const QFileInfo &file,
         // The laps read before the error are kept with it.
         stored.failure = reasons.join(QStringLiteral("; "));
     }
-    if (result.laps.isEmpty())
+    const RecordingInfo &recording = result.recording;
+    if (result.laps.isEmpty()) {
+        // What the session text says, as ibt-laps shows a file without laps, and why.
+        stored.trackName = recording.trackName();
+        stored.trackConfigName = recording.trackConfigName();
+        stored.carName = recording.carName();
+        stored.driverName = recording.driverName();
+        stored.sessionLabel = recording.sessionTypes();
+        if (!result.failed)
+            stored.note = NoLapsReason::of(result.file);
         return stored;
+    }
+    QStringList notes {recording.headerProblem(), recording.recordsNote()};
+    notes.removeAll(QString());
+    stored.note = notes.join(QStringLiteral("; "));
 
     const LapHeader &header = result.laps.first()->header();
     stored.sessionKind = ZUM::SDK::sessionName(header.session);
+    stored.sessionLabel = sessionLabel(header);
     const auto text = [&header](const char *name) {
         const ZUM::SDK::Value *value = header.dynamicData.find(QLatin1String(name));
         return value ? value->toString().trimmed() : QString();

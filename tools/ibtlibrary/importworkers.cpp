@@ -26,7 +26,7 @@ ImportWorkers::ImportWorkers(QString program, QStringList arguments, int count)
     , m_count(std::max(count, 1))
 { }
 
-void ImportWorkers::run(const QStringList &jobs, const Done &done)
+void ImportWorkers::run(const QList<ImportWorker::Request> &jobs, const Done &done)
 {
     QEventLoop loop;
     std::vector<Worker> workers(size_t(std::min<qsizetype>(m_count, jobs.size())));
@@ -34,7 +34,11 @@ void ImportWorkers::run(const QStringList &jobs, const Done &done)
     qsizetype finished = 0;
 
     const auto finish = [&](const StoredFile &file) {
-        done(file);
+        if (!done(file) && next < jobs.size()) {
+            // Stopped: the files not given out yet are left, those under way come back.
+            finished += jobs.size() - next;
+            next = jobs.size();
+        }
         if (++finished == jobs.size())
             loop.quit();
     };
@@ -77,7 +81,7 @@ void ImportWorkers::run(const QStringList &jobs, const Done &done)
                       });
                 if (owner.job < 0)
                     return;
-                const QString &job = jobs[owner.job];
+                const QString &job = jobs[owner.job].path;
                 const QString reason = status == QProcess::CrashExit
                     ? QStringLiteral("the import crashed its worker process")
                     : QStringLiteral("the import's worker process ended with status %1")
@@ -98,7 +102,7 @@ void ImportWorkers::run(const QStringList &jobs, const Done &done)
             worker.process.reset();
             worker.answers.reset();
             while (next < jobs.size()) {
-                finish(ImportedFile::failed(QFileInfo(jobs[next++]), QString(), reason));
+                finish(ImportedFile::failed(QFileInfo(jobs[next++].path), QString(), reason));
             }
             return;
         }

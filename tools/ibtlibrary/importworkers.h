@@ -1,5 +1,6 @@
 #pragma once
 
+#include "importworker.h"
 #include "storedfile.h"
 
 #include <QList>
@@ -15,13 +16,14 @@
 class ImportWorkers
 {
 public:
-    using Done = std::function<void(const StoredFile &)>;
+    // Called with each file as it comes; false stops giving out the files left.
+    using Done = std::function<bool(const StoredFile &)>;
 
     // `program` and `arguments` start one worker.
     ImportWorkers(QString program, QStringList arguments, int count);
 
-    // Returns when every file is done.
-    void run(const QStringList &paths, const Done &done);
+    // Returns when every file is done, or after a stop when those under way are.
+    void run(const QList<ImportWorker::Request> &jobs, const Done &done);
 
 private:
     QString m_program;

@@ -1,6 +1,8 @@
 #include "library.h"
 
 #include "libraryschema.h"
+#include "session.h"
+#include "sessionlabel.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -36,9 +38,10 @@ QVariant millisecondsOf(const QDateTime &dateTime)
 
 QString errorText(const QSqlError &error)
 {
-    // The driver's text and the database's, without repeating one that is in the other.
-    const QString database = error.databaseText().trimmed();
-    const QString driver = error.driverText().trimmed();
+    // The driver's text and the database's, without repeating one that is in the other, on
+    // one line (libpq's texts run over several).
+    const QString database = error.databaseText().simplified();
+    const QString driver = error.driverText().simplified();
     if (database.isEmpty() || driver.contains(database))
         return driver;
     if (driver.isEmpty() || database.contains(driver))
@@ -92,7 +95,23 @@ bool Library::begin()
             return fail(QStringLiteral("cannot begin a transaction"), errorText(db.lastError()));
         return true;
     }
+    // Tried at once first, so that a tool that has to wait for another one's write says so.
     QSqlQuery query(db);
+    if (!run(query, m_dialect.lockWaitStatement(0)))
+        return false;
+    const bool began = run(query, statement);
+    const bool busy = m_busy;
+    const QString reason = m_errorString;
+    if (!run(query, m_dialect.lockWaitStatement(BusyWaitMilliseconds)))
+        return began ? rollback({}) : false;
+    if (began)
+        return true;
+    if (!busy) {
+        m_errorString = reason;
+        return false;
+    }
+    if (m_waitNotice)
+        m_waitNotice();
     return run(query, statement);
 }
 
@@ -132,6 +151,8 @@ bool Library::open(Access access)
     while (!checkSchema(access, false)) {
         if (!m_busy || waited.elapsed() > BusyWaitMilliseconds)
             return false;
+        if (m_waitNotice)
+            m_waitNotice();
         QThread::msleep(50);
     }
     return true;
@@ -172,6 +193,33 @@ bool Library::connect(Access access)
     if (!db.open())
         return fail(QStringLiteral("cannot connect"), errorText(db.lastError()));
     return true;
+}
+
+bool Library::isConnected()
+{
+    if (m_dialect.isSQLite())
+        return true;
+    const QString reason = m_errorString;
+    QSqlQuery query(database());
+    const bool answered = query.exec(QStringLiteral("SELECT 1"));
+    m_errorString = reason;
+    return answered;
+}
+
+bool Library::reconnect(int seconds)
+{
+    QElapsedTimer waited;
+    waited.start();
+    QSqlDatabase db = database();
+    for (;;) {
+        db.close();
+        if (db.open())
+            return true;
+        if (waited.elapsed() >= seconds * 1000)
+            return fail(QStringLiteral("cannot connect again within %1 s").arg(seconds),
+                        errorText(db.lastError()));
+        QThread::msleep(500);
+    }
 }
 
 bool Library::checkSchema(Access access, bool retried)
@@ -240,6 +288,8 @@ bool Library::migrate(int fromVersion)
         if (!run(query, statement))
             return rollback({});
     }
+    if (fromVersion == 1 && !labelSessions())
+        return rollback({});
     const bool versioned = fromVersion == 0
         ? run(query, QStringLiteral("INSERT INTO library_info (name, version) VALUES (?, ?)"),
               {LibrarySchema::libraryName(), LibrarySchema::CurrentVersion})
@@ -253,14 +303,45 @@ bool Library::migrate(int fromVersion)
     return true;
 }
 
+bool Library::labelSessions()
+{
+    QSqlQuery query(database());
+    if (!run(query, QStringLiteral("SELECT id, session_kind, session_name FROM files")))
+        return false;
+    QList<std::pair<qint64, QString>> labels;
+    while (query.next()) {
+        // The import's kind and the session text's name are what a version 1 row holds of
+        // the header's session.
+        const QString kind = query.value(1).toString();
+        QString label = kind;
+        if (kind == ZUM::SDK::sessionName(ZUM::SDK::Session::Unknown)) {
+            ZUM::SDK::LapHeader header;
+            header.dynamicData.setValue(QStringLiteral("Session name"), query.value(2), QString());
+            label = sessionLabel(header);
+        }
+        labels.append({query.value(0).toLongLong(), label});
+    }
+    for (const auto &[id, label] : std::as_const(labels)) {
+        if (!run(query, QStringLiteral("UPDATE files SET session_label = ? WHERE id = ?"),
+                 {label, id}))
+            return false;
+    }
+    return true;
+}
+
 bool Library::knownFiles(QList<KnownFile> *files)
 {
     QSqlQuery query(database());
     query.setForwardOnly(true);
-    if (!run(query, QStringLiteral("SELECT id, path, size, modified, hash, failure FROM files")))
+    if (!run(query,
+             QStringLiteral("SELECT id, path, size, modified, hash, failure, "
+                            "CASE WHEN note IS NULL THEN 0 ELSE 1 END FROM files")))
         return false;
-    while (query.next())
-        files->append(KnownFile::fromRow(query, 0));
+    while (query.next()) {
+        KnownFile file = KnownFile::fromRow(query, 0);
+        file.explained = query.value(6).toInt() == 1;
+        files->append(file);
+    }
     return true;
 }
 
@@ -294,6 +375,7 @@ bool Library::store(const StoredFile &file)
                                millisecondsOf(file.recordingStart),
                                text(file.sessionKind),
                                text(file.sessionName),
+                               text(file.sessionLabel),
                                text(file.trackName),
                                text(file.trackConfigName),
                                nullable(file.trackLength),
@@ -303,19 +385,20 @@ bool Library::store(const StoredFile &file)
                                nullable(file.airTemperature),
                                text(file.messages),
                                text(file.failure),
+                               text(file.note),
                                searchText({file.trackName, file.trackConfigName}),
                                searchText({file.carName}),
                                searchText({file.driverName}),
-                               searchText({file.sessionKind, file.sessionName})};
-    if (!run(
-            query,
-            QStringLiteral(
-                "INSERT INTO files (path, size, modified, hash, recording_start, session_kind, "
-                "session_name, track_name, track_config, track_length, car_name, driver_name, "
-                "skies, air_temperature, messages, failure, track_search, car_search, "
-                "driver_search, session_search) "
-                "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) RETURNING id"),
-            values)
+                               searchText({file.sessionKind, file.sessionName, file.sessionLabel})};
+    if (!run(query,
+             QStringLiteral(
+                 "INSERT INTO files (path, size, modified, hash, recording_start, session_kind, "
+                 "session_name, session_label, track_name, track_config, track_length, car_name, "
+                 "driver_name, skies, air_temperature, messages, failure, note, track_search, "
+                 "car_search, driver_search, session_search) "
+                 "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?) "
+                 "RETURNING id"),
+             values)
         || !query.next())
         return rollback(QStringLiteral("cannot store the file"));
     const qint64 fileId = query.value(0).toLongLong();

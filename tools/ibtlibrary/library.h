@@ -11,6 +11,8 @@
 #include <QString>
 #include <QVariantList>
 
+#include <functional>
+
 class QSqlQuery;
 
 // One connection to a lap library: opening it checks that it is one and of a version this
@@ -32,6 +34,8 @@ public:
         QDateTime modified;
         QString hash;
         QString failure;
+        // False for a file without laps stored before the library kept why it has none.
+        bool explained = true;
 
         // From the columns id, path, size, modified, hash and failure of the table "files",
         // given in that order from the query's column `first` on.
@@ -46,6 +50,9 @@ public:
     // Write access creates a library that does not exist yet; read access wants one.
     bool open(Access access);
     QString errorString() const { return m_errorString; }
+    // Called each time a write has to wait for another tool's, which holds the library's
+    // write lock (SQLite has one writer at a time), before it waits.
+    void setWaitNotice(std::function<void()> notice) { m_waitNotice = std::move(notice); }
     const DatabaseAddress &address() const { return m_address; }
     const SqlDialect &dialect() const { return m_dialect; }
     QSqlDatabase database() const;
@@ -59,6 +66,13 @@ public:
     // Removes the files with their laps, all or none.
     bool remove(const QList<qint64> &ids);
 
+    // After a failure: whether the connection to a server still answers (a file always
+    // does), keeping errorString() as the failure left it.
+    bool isConnected();
+    // Connects again to a server whose connection was lost, trying for up to `seconds`;
+    // false with errorString() set when it does not answer by then.
+    bool reconnect(int seconds);
+
     // Prepares and runs one statement with its bound values; false with errorString() set.
     bool run(QSqlQuery &query, const QString &sql, const QVariantList &values = {});
 
@@ -68,6 +82,8 @@ private:
     bool failed(const QSqlQuery &query);
     bool checkSchema(Access access, bool retried);
     bool migrate(int fromVersion);
+    // Version 1's rows get their session as a driver reads it, from what they hold.
+    bool labelSessions();
     bool storeLaps(qint64 fileId, const QList<StoredLap> &laps);
     bool fail(const QString &what, const QString &detail);
     bool rollback(const QString &what);
@@ -77,4 +93,5 @@ private:
     QString m_connectionName;
     QString m_errorString;
     bool m_busy = false; // the last query failed on another connection's lock
+    std::function<void()> m_waitNotice;
 };

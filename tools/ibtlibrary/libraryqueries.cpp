@@ -45,7 +45,7 @@ QList<RowOutput::Column> lapColumns()
 
 const QString lapSelect = QStringLiteral(
     "SELECT l.id, f.recording_start, f.track_name, f.track_config, f.car_name, f.driver_name, "
-    "f.session_kind, l.lap_number, l.stint, l.lap_in_stint, l.completed, l.timed, l.lap_time, "
+    "f.session_label, l.lap_number, l.stint, l.lap_in_stint, l.completed, l.timed, l.lap_time, "
     "f.path");
 
 } // namespace
@@ -79,9 +79,9 @@ std::optional<RowOutput> LibraryQueries::sessions(const LapFilter &filter)
     const QString sql
         = QStringLiteral(
               "SELECT f.id, f.recording_start, f.track_name, f.track_config, f.car_name, "
-              "f.driver_name, f.session_kind, COUNT(l.id), "
+              "f.driver_name, f.session_label, COUNT(l.id), "
               "COALESCE(SUM(CASE WHEN l.timed = 1 THEN 1 ELSE 0 END), 0), "
-              "MIN(CASE WHEN l.timed = 1 THEN l.lap_time END), f.path "
+              "MIN(CASE WHEN l.timed = 1 THEN l.lap_time END), f.path, f.note "
               "FROM files f LEFT JOIN laps l ON l.file_id = f.id WHERE 1 = 1%1 "
               "GROUP BY f.id HAVING f.failure = '' OR COUNT(l.id) > 0 "
               "ORDER BY f.recording_start, f.path")
@@ -92,6 +92,7 @@ std::optional<RowOutput> LibraryQueries::sessions(const LapFilter &filter)
         {QStringLiteral("timedLaps"), QStringLiteral("Timed"), Kind::Integer},
         {QStringLiteral("bestLapTimeSeconds"), QStringLiteral("Best"), Kind::Seconds},
         {QStringLiteral("file"), QStringLiteral("File"), Kind::Text},
+        {QStringLiteral("note"), QStringLiteral("Note"), Kind::Text},
     };
     return rows(columns, sql, values);
 }
@@ -138,7 +139,7 @@ std::optional<RowOutput> LibraryQueries::progress(const LapFilter &filter)
     const QString sql
         = QStringLiteral(
               "SELECT f.id, f.recording_start, f.track_name, f.track_config, f.car_name, "
-              "f.driver_name, f.session_kind, COUNT(l.id), MIN(l.lap_time), AVG(l.lap_time), "
+              "f.driver_name, f.session_label, COUNT(l.id), MIN(l.lap_time), AVG(l.lap_time), "
               "MIN(ideal.seconds), f.path "
               "FROM files f JOIN laps l ON l.file_id = f.id "
               "LEFT JOIN (SELECT file_id, SUM(seconds) AS seconds FROM "

@@ -47,13 +47,28 @@ QStringList firstTables(const SqlDialect &dialect)
     };
 }
 
+// Version 1 to 2: a file's session as a driver reads it (the import's kind, or where that is
+// unknown, the session text's name beside it; for a file without laps the session text's
+// types), and the tool's own note on the file: why it gives no laps, or what is odd in its
+// header or records. A note is null for a file stored before notes were kept that has no laps
+// and did not fail: the next add reads it again to learn why.
+QStringList sessionLabelAndNote(const SqlDialect &)
+{
+    return {
+        QStringLiteral("ALTER TABLE files ADD COLUMN session_label TEXT NOT NULL DEFAULT ''"),
+        QStringLiteral("ALTER TABLE files ADD COLUMN note TEXT DEFAULT ''"),
+        QStringLiteral("UPDATE files SET note = NULL WHERE failure = '' "
+                       "AND NOT EXISTS (SELECT 1 FROM laps WHERE laps.file_id = files.id)"),
+    };
+}
+
 } // namespace
 
 QStringList LibrarySchema::migration(int fromVersion, const SqlDialect &dialect)
 {
     // One entry per version step; the next version appends its own.
     using Step = QStringList (*)(const SqlDialect &);
-    static constexpr Step steps[CurrentVersion] = {firstTables};
+    static constexpr Step steps[CurrentVersion] = {firstTables, sessionLabelAndNote};
     QStringList statements;
     for (int version = fromVersion; version < CurrentVersion; ++version)
         statements += steps[version](dialect);

@@ -12,11 +12,12 @@
 class LibrarySchema
 {
 public:
-    static constexpr int CurrentVersion = 1;
+    static constexpr int CurrentVersion = 2;
     // What library_info says of a lap library, to tell it from any other database.
     static QString libraryName() { return QStringLiteral("ibt-library"); }
 
     // The statements that take a library at `fromVersion` (0: an empty database) to the
-    // current version, run in one transaction with the update of the version row.
+    // current version, run in one transaction with the update of the version row (and, from
+    // version 1, with Library's own filling of what version 2 adds to the rows already there).
     static QStringList migration(int fromVersion, const SqlDialect &dialect);
 };

@@ -85,6 +85,28 @@ int removeFiles(Library &library, const QStringList &paths)
     return unknown.isEmpty() ? 0 : 1;
 }
 
+int addFiles(Library &library, const CommandLine &commandLine, QTextStream &err)
+{
+    const QString pluginPath = commandLine.pluginPath.isEmpty() ? PluginHost::defaultPluginPath()
+                                                                : commandLine.pluginPath;
+    const AddCommand::Settings settings {
+        pluginPath, commandLine.jobs > 0 ? commandLine.jobs : QThread::idealThreadCount(),
+        standardErrorIsTerminal()};
+    AddCommand command(library, settings, err);
+    if (!library.open(Library::Access::Write)) {
+        err << "error: " << library.errorString() << Qt::endl;
+        return 1;
+    }
+    // The plug-in is loaded here once, before any worker starts, for a clear message when it
+    // cannot be.
+    PluginHost host(pluginPath);
+    if (!host.load()) {
+        err << "error: " << host.errorString() << Qt::endl;
+        return 1;
+    }
+    return command.exec(commandLine.paths);
+}
+
 // Qt's own notes (a missing runtime folder of the offscreen platform, say) are not the tool's
 // to pass on; its messages go to standard error directly.
 void dropQtMessages(QtMsgType type, const QMessageLogContext &, const QString &message)
@@ -106,13 +128,18 @@ int main(int argc, char *argv[])
     // Pictures are drawn off screen; no display is ever needed.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Read before QGuiApplication takes its own options out of them, among which "-plugin",
+    // which would swallow add's --plugin.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
     QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("ibt-library"));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZUM_VERSION));
 
     CommandLine commandLine;
     int status = 0;
-    if (commandLine.parse(QCoreApplication::arguments(), &status) == CommandLine::Parse::Exit)
+    if (commandLine.parse(arguments, &status) == CommandLine::Parse::Exit)
         return status;
 
     QTextStream err(stderr);
@@ -126,26 +153,13 @@ int main(int argc, char *argv[])
     const bool add = commandLine.command == u"add";
     const bool remove = commandLine.command == u"remove";
     Library library(*address);
-    if (!library.open(add || remove ? Library::Access::Write : Library::Access::Read)) {
+    if (add)
+        return addFiles(library, commandLine, err);
+    if (!library.open(remove ? Library::Access::Write : Library::Access::Read)) {
         err << "error: " << library.errorString() << Qt::endl;
         return 1;
     }
     if (remove)
         return removeFiles(library, commandLine.paths);
-    if (!add)
-        return list(library, commandLine);
-
-    // The plug-in is loaded here once, before any worker starts, for a clear message when it
-    // cannot be.
-    const QString pluginPath
-        = commandLine.pluginPath.isEmpty() ? PluginHost::defaultPluginPath() : commandLine.pluginPath;
-    PluginHost host(pluginPath);
-    if (!host.load()) {
-        err << "error: " << host.errorString() << Qt::endl;
-        return 1;
-    }
-    const AddCommand::Settings settings {
-        pluginPath, commandLine.jobs > 0 ? commandLine.jobs : QThread::idealThreadCount(),
-        standardErrorIsTerminal()};
-    return AddCommand(library, settings, err).exec(commandLine.paths);
+    return list(library, commandLine);
 }

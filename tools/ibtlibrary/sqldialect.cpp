@@ -40,6 +40,11 @@ QString SqlDialect::beginStatement() const
     return isSQLite() ? QStringLiteral("BEGIN IMMEDIATE") : QString();
 }
 
+QString SqlDialect::lockWaitStatement(int milliseconds) const
+{
+    return isSQLite() ? QStringLiteral("PRAGMA busy_timeout = %1").arg(milliseconds) : QString();
+}
+
 QString SqlDialect::keyColumn() const
 {
     return isSQLite() ? QStringLiteral("id INTEGER PRIMARY KEY")

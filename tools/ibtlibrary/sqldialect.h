@@ -28,6 +28,9 @@ public:
     // takes the write lock at once, waiting for another writer to finish, since a transaction
     // that reads before it writes fails at once when another one wrote in between.
     QString beginStatement() const;
+    // How long a statement waits for another connection's lock before it fails; empty where
+    // the engine has no such setting (PostgreSQL waits for a lock as long as it takes).
+    QString lockWaitStatement(int milliseconds) const;
 
     // A table's own generated key, "id ...".
     QString keyColumn() const;

@@ -46,9 +46,10 @@ QDataStream &operator>>(QDataStream &stream, StoredLap &lap)
 QDataStream &operator<<(QDataStream &stream, const StoredFile &file)
 {
     stream << file.path << qint64(file.size) << file.modified << file.hash << file.recordingStart
-           << file.sessionKind << file.sessionName << file.trackName << file.trackConfigName
-           << file.trackLength << file.carName << file.driverName << file.skies
-           << file.airTemperature << file.messages << file.failure << qint64(file.laps.size());
+           << file.sessionKind << file.sessionName << file.sessionLabel << file.trackName
+           << file.trackConfigName << file.trackLength << file.carName << file.driverName
+           << file.skies << file.airTemperature << file.messages << file.failure << file.note
+           << qint64(file.laps.size());
     for (const StoredLap &lap : file.laps)
         stream << lap;
     return stream;
@@ -59,9 +60,9 @@ QDataStream &operator>>(QDataStream &stream, StoredFile &file)
     qint64 size = 0;
     qint64 laps = 0;
     stream >> file.path >> size >> file.modified >> file.hash >> file.recordingStart
-        >> file.sessionKind >> file.sessionName >> file.trackName >> file.trackConfigName
-        >> file.trackLength >> file.carName >> file.driverName >> file.skies >> file.airTemperature
-        >> file.messages >> file.failure >> laps;
+        >> file.sessionKind >> file.sessionName >> file.sessionLabel >> file.trackName
+        >> file.trackConfigName >> file.trackLength >> file.carName >> file.driverName >> file.skies
+        >> file.airTemperature >> file.messages >> file.failure >> file.note >> laps;
     file.size = size;
     file.laps.clear();
     // A damaged stream stops at its end rather than at a count it claims.

@@ -38,6 +38,9 @@ struct StoredFile
     QDateTime recordingStart; // UTC; invalid when the file holds no date
     QString sessionKind; // the import's kind of session ("Practice")
     QString sessionName; // the session text's own name of it ("Offline Testing")
+    // As a driver reads it (sessionLabel): "Practice", "Unknown session (Offline Testing)";
+    // for a file without laps the session text's types ("Practice, Qualify, Race").
+    QString sessionLabel;
     QString trackName;
     QString trackConfigName;
     std::optional<double> trackLength; // metres
@@ -47,6 +50,9 @@ struct StoredFile
     std::optional<double> airTemperature; // as the simulator gives it, C
     QString messages; // the plug-in's lines, one per line, errors marked "error: "
     QString failure; // empty for a file that was imported
+    // The tool's own word on a file that was imported: why it gives no laps ("no laps: the car
+    // stayed in the pit stall for all 899 records"), or what is odd in its header or records.
+    QString note;
 
     QList<StoredLap> laps;
 };
