@@ -1,6 +1,6 @@
 #include "commandline.h"
 
-#include "plotfile.h"
+#include "picturefile.h"
 
 #include <QCommandLineOption>
 
@@ -212,11 +212,12 @@ bool CommandLine::readValues()
         return false;
     }
     noteIgnored();
-    if (!o.plot.isEmpty() && !PlotFile::isWritable(PlotFile::format(o.plot))) {
+    if (!o.plot.isEmpty() && !PictureFile::isWritable(PictureFile::format(o.plot))) {
         usageError(
             QStringLiteral("--plot: Qt cannot write pictures of the format '%1'; it "
                            "writes %2")
-                .arg(QString::fromLatin1(PlotFile::format(o.plot)), PlotFile::writableFormats()));
+                .arg(QString::fromLatin1(PictureFile::format(o.plot)),
+                     PictureFile::writableFormats()));
         return false;
     }
     return true;
