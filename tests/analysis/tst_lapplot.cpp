@@ -56,6 +56,7 @@ private Q_SLOTS:
     void inputsOfTheComparedLap_data();
     void inputsOfTheComparedLap();
     void shortLapsAreLeftOut();
+    void inputsOfAnUntimedLap();
     void distanceAxisFromTheData();
     void moreThanEightLaps();
     void trackMap_data();
@@ -143,6 +144,23 @@ void tst_LapPlot::shortLapsAreLeftOut()
         QCOMPARE(count(image, LapPicture::speedPanel(), PlotStyle::otherColour(colour)), 0);
         QCOMPARE(count(image, LapPicture::legendBox(), PlotStyle::otherColour(colour)), 0);
     }
+}
+
+void tst_LapPlot::inputsOfAnUntimedLap()
+{
+    // A file's only lap, untimed (an out lap, say): no best lap, no lap compared with it, yet
+    // its throttle, brake and gear are there to be drawn.
+    const QSharedPointer<Lap> lap = steadyLap(1, 50.0);
+    lap->header().lapTime = ZUM::SDK::UntimedLapTime;
+    const QImage image = LapPlot::render(input({lap}));
+    for (const QRect &panel :
+         {LapPicture::speedPanel(), LapPicture::inputsPanel(), LapPicture::gearPanel()})
+        QVERIFY2(count(image, panel, PlotStyle::otherColour(0)) > 20,
+                 qPrintable(QStringLiteral("%1,%2: %3")
+                                .arg(panel.x())
+                                .arg(panel.y())
+                                .arg(count(image, panel, PlotStyle::otherColour(0)))));
+    QCOMPARE(count(image, LapPicture::deltaPanel(), PlotStyle::otherColour(0)), 0);
 }
 
 void tst_LapPlot::distanceAxisFromTheData()
