@@ -10,7 +10,6 @@
 #include "trackprojection.h"
 
 #include <QFileInfo>
-#include <QPainter>
 
 using ZUM::SDK::Lap;
 using ZUM::SDK::LapHeader;
@@ -225,17 +224,6 @@ LapPicture::Input LapPlot::picture(const Input &input)
     picture.summary
         = SummaryText::lines(SessionSummary::of(laps.fileLaps()), laps.fileLaps(), laps.units());
     return picture;
-}
-
-QSize LapPlot::size(const Input &input)
-{
-    return {LapPicture::Width,
-            input.laps.isEmpty() ? LapPicture::NoLapsHeight : LapPicture::Height};
-}
-
-void LapPlot::paint(QPainter &painter, const Input &input)
-{
-    LapPicture::paint(painter, picture(input));
 }
 
 QImage LapPlot::render(const Input &input)

@@ -7,10 +7,7 @@
 #include <QDateTime>
 #include <QImage>
 #include <QList>
-#include <QSize>
 #include <QString>
-
-class QPainter;
 
 // The lap picture of one file, as a driver reads a session from it at a glance: the chosen
 // laps' speed, the delta to the best lap, the inputs of the best lap and the one compared
@@ -39,12 +36,7 @@ public:
         QString referenceName; // "lap 7 of monday.ibt"
     };
 
-    // The laps and texts the picture draws.
+    // The laps and texts the picture draws; LapPicture paints it into any device.
     static LapPicture::Input picture(const Input &input);
-
-    // The picture's size: the full layout, or only the title and one panel without laps.
-    static QSize size(const Input &input);
-    // Paints the picture into any device (image, SVG, PDF) whose painter spans size().
-    static void paint(QPainter &painter, const Input &input);
     static QImage render(const Input &input);
 };
