@@ -17,10 +17,10 @@ double shown(const DistanceChart::Line &line, double value)
 }
 
 // The value axis holds the whole laps, so that it stays put while the view zooms and pans.
-PlotAxis valueAxis(const DistanceChart::Frame &frame, const QList<DistanceChart::Line> &lines)
+// *withValues: whether it holds any, for ticks that do not mislead.
+PlotAxis valueAxis(const DistanceChart::Frame &frame, const QList<DistanceChart::Line> &lines,
+                   bool *withValues)
 {
-    if (frame.values)
-        return PlotAxis::fitting(*frame.values, frame.valueTicks, PlotAxis::Ends::Data);
     PlotAxis::Range range;
     bool counts = !lines.isEmpty();
     for (const DistanceChart::Line &line : lines) {
@@ -29,14 +29,19 @@ PlotAxis valueAxis(const DistanceChart::Frame &frame, const QList<DistanceChart:
         range.include(shown(line, high));
         counts = counts && line.steps;
     }
-    if (counts && !range.isEmpty()) {
+    *withValues = !range.isEmpty();
+    if (frame.values)
+        return PlotAxis::fitting(*frame.values, frame.valueTicks, PlotAxis::Ends::Data);
+    if (counts && *withValues) {
         // Whole steps, such as gears, with half a step of room above and below, so that the
         // highest and lowest are not drawn on the frame.
         range = {range.low - 0.5, range.high + 0.5};
         return PlotAxis::fitting(range, frame.valueTicks, PlotAxis::Ends::Data, 1.0);
     }
-    if (frame.level)
+    if (frame.level) {
         range.include(*frame.level);
+        *withValues = true;
+    }
     return PlotAxis::fitting(range, frame.valueTicks, PlotAxis::Ends::Ticks);
 }
 
@@ -52,9 +57,9 @@ PlotAxis DistanceChart::distanceAxis(double low, double high, double width, doub
 void DistanceChart::draw(QPainter &painter, const QRectF &area, const PlotAxis &distance,
                          const Frame &frame, const QList<Line> &lines, std::optional<double> cursor)
 {
-    PlotPanel panel(painter, area, distance, valueAxis(frame, lines));
-    panel.drawFrame(frame.heading, frame.distanceTitle, frame.valueTitle,
-                    !lines.isEmpty() || frame.values || frame.level);
+    bool withValues = false;
+    PlotPanel panel(painter, area, distance, valueAxis(frame, lines, &withValues));
+    panel.drawFrame(frame.heading, frame.distanceTitle, frame.valueTitle, withValues);
     const int columns = std::max(1, int(std::lround(area.width())));
     // The axis shows the distance in its own unit; the traces hold metres.
     const double low = distance.low() / distance.factor();

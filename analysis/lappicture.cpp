@@ -189,8 +189,9 @@ void drawLegend(QPainter &painter, const LapPicture::Input &input)
             painter.setFont(detailFont);
             painter.setPen(PlotStyle::quietColour());
             QRectF used;
+            // A file's name has no spaces to break at.
             painter.drawText(QRectF(box.left() + 44, y - rowHeight + 8, box.width() - 44, 80),
-                             Qt::TextWordWrap, lap.detail, &used);
+                             Qt::TextWrapAnywhere, lap.detail, &used);
             y += used.height() + 6;
         }
     }
@@ -224,12 +225,15 @@ void drawSummary(QPainter &painter, const LapPicture::Input &input)
     for (const SummaryText::Line &line : input.summary) {
         painter.setFont(PlotStyle::font(16, true));
         painter.setPen(PlotStyle::textColour());
-        painter.drawText(QRectF(box.left(), y, box.width(), 24), line.label);
+        QRectF label;
+        painter.drawText(QRectF(box.left(), y, box.width(), box.bottom() - y), Qt::TextWordWrap,
+                         line.label, &label);
+        y += std::max(24.0, label.height());
         painter.setFont(PlotStyle::font(16));
         QRectF used;
-        painter.drawText(QRectF(box.left(), y + 24, box.width(), box.bottom() - y - 24),
-                         Qt::TextWordWrap, line.value, &used);
-        y += 24 + used.height() + 16;
+        painter.drawText(QRectF(box.left(), y, box.width(), box.bottom() - y), Qt::TextWordWrap,
+                         line.value, &used);
+        y += used.height() + 16;
     }
 }
 

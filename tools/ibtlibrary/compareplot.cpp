@@ -59,12 +59,17 @@ QString lapTime(const RowOutput &rows, qsizetype row)
     return time.isNull() ? QStringLiteral("no time") : LapTime::text(time.toDouble());
 }
 
-// "lap 3 of monday.ibt"
+QString fileName(const RowOutput &rows, qsizetype row)
+{
+    return QFileInfo(rows.value(row, QStringLiteral("file")).toString()).fileName();
+}
+
+// "lap 3, id 12": the lap of its file, and the library's id the command was given.
 QString lapName(const RowOutput &rows, qsizetype row)
 {
-    return QStringLiteral("lap %1 of %2")
+    return QStringLiteral("lap %1, id %2")
         .arg(rows.value(row, QStringLiteral("lapNumber")).toString(),
-             QFileInfo(rows.value(row, QStringLiteral("file")).toString()).fileName());
+             rows.value(row, QStringLiteral("id")).toString());
 }
 
 LapPicture::Lap pictureLap(const RowOutput &rows, qsizetype row, const ComparedLap &stored,
@@ -72,13 +77,11 @@ LapPicture::Lap pictureLap(const RowOutput &rows, qsizetype row, const ComparedL
 {
     LapPicture::Lap lap;
     lap.name = rows.value(row, QStringLiteral("lapNumber")).toString();
-    lap.title
-        = QStringLiteral("lap %1, id %2 (%3)")
-              .arg(lap.name, rows.value(row, QStringLiteral("id")).toString(), lapTime(rows, row));
+    lap.title = QStringLiteral("%1 (%2)").arg(lapName(rows, row), lapTime(rows, row));
     lap.time = lapTime(rows, row);
-    lap.detail = QStringLiteral("%1, %2, id %3")
-                     .arg(QFileInfo(rows.value(row, QStringLiteral("file")).toString()).fileName(),
-                          recorded(rows, row), rows.value(row, QStringLiteral("id")).toString());
+    lap.detail = QStringLiteral("%1\n%2, id %3")
+                     .arg(fileName(rows, row), recorded(rows, row),
+                          rows.value(row, QStringLiteral("id")).toString());
     lap.reference = row == 0;
     lap.colour = row == 0 ? PlotStyle::bestColour()
                           : PlotStyle::otherColour(int((row - 1) % PlotStyle::OtherColours));
@@ -136,7 +139,7 @@ QList<SummaryText::Line> summary(const RowOutput &rows)
 {
     QList<SummaryText::Line> lines;
     for (qsizetype row = 0; row < rows.rowCount(); ++row) {
-        QStringList parts {lapTime(rows, row)};
+        QStringList parts {fileName(rows, row), lapTime(rows, row)};
         const QVariant delta = rows.value(row, QStringLiteral("deltaSeconds"));
         if (row > 0 && !delta.isNull())
             parts.last() += QString::asprintf(" (%+.3f)", delta.toDouble());
@@ -151,7 +154,7 @@ QList<SummaryText::Line> summary(const RowOutput &rows)
         }
         if (!sectors.isEmpty())
             parts.append(sectors.join(QStringLiteral("  ")));
-        lines.append({QStringLiteral("%1 (%2, %3)")
+        lines.append({QStringLiteral("%1: %2, %3")
                           .arg(lapName(rows, row), recorded(rows, row),
                                rows.value(row, QStringLiteral("driverName")).toString()),
                       parts.join(QStringLiteral("\n"))});
