@@ -50,26 +50,37 @@ bool writeVectors(const QByteArray &format, const QString &path, const QSize &si
     return paintInto(writer, paint);
 }
 
-} // namespace
-
-QByteArray PictureFile::format(const QString &path)
+// "png", "jpg", ...: the suffix in lower case, png without one.
+QByteArray format(const QString &path)
 {
     const QString suffix = QFileInfo(path).suffix().toLower();
     return suffix.isEmpty() ? QByteArrayLiteral("png") : suffix.toLatin1();
 }
 
-bool PictureFile::isWritable(const QByteArray &format)
+// Whether Qt's image writers know the format, or it is svg or pdf.
+bool isWritable(const QByteArray &format)
 {
     return format == svg || format == pdf || QImageWriter::supportedImageFormats().contains(format);
 }
 
-QString PictureFile::writableFormats()
+QString writableFormats()
 {
     QList<QByteArray> formats = QImageWriter::supportedImageFormats();
     formats << svg << pdf;
     std::sort(formats.begin(), formats.end());
     formats.erase(std::unique(formats.begin(), formats.end()), formats.end());
     return QString::fromLatin1(formats.join(", "));
+}
+
+} // namespace
+
+QString PictureFile::formatProblem(const QString &path)
+{
+    const QByteArray kind = format(path);
+    if (isWritable(kind))
+        return {};
+    return QStringLiteral("Qt cannot write pictures of the format '%1'; it writes %2")
+        .arg(QString::fromLatin1(kind), writableFormats());
 }
 
 bool PictureFile::write(const QString &path, const QSize &size, const Painting &paint,

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QByteArray>
 #include <QSize>
 #include <QString>
 
@@ -15,11 +14,9 @@ class PictureFile
 public:
     using Painting = std::function<void(QPainter &)>;
 
-    // "png", "jpg", ...: the suffix in lower case.
-    static QByteArray format(const QString &path);
-    // Whether Qt's image writers know the format, or it is svg or pdf.
-    static bool isWritable(const QByteArray &format);
-    static QString writableFormats();
+    // Why a picture cannot go to that path, for a message before anything is drawn; empty
+    // when its format can be written.
+    static QString formatProblem(const QString &path);
 
     // Paints the picture of that size into the file; title and creator go into the SVG's and
     // PDF's own fields. False with *error set when it cannot be written.

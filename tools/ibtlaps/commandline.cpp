@@ -212,12 +212,9 @@ bool CommandLine::readValues()
         return false;
     }
     noteIgnored();
-    if (!o.plot.isEmpty() && !PictureFile::isWritable(PictureFile::format(o.plot))) {
-        usageError(
-            QStringLiteral("--plot: Qt cannot write pictures of the format '%1'; it "
-                           "writes %2")
-                .arg(QString::fromLatin1(PictureFile::format(o.plot)),
-                     PictureFile::writableFormats()));
+    if (const QString problem = PictureFile::formatProblem(o.plot);
+        !o.plot.isEmpty() && !problem.isEmpty()) {
+        usageError(QStringLiteral("--plot: ") + problem);
         return false;
     }
     return true;

@@ -214,12 +214,9 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
         return usageError(QStringLiteral("progress needs --track and --car"));
     if (command == u"progress" || command == u"compare") {
         plot = parser.value(plotOption);
-        const QByteArray format = PictureFile::format(plot);
-        if (!plot.isEmpty() && !PictureFile::isWritable(format))
-            return usageError(
-                QStringLiteral("--plot: cannot write pictures of the format '%1'; the formats "
-                               "are %2")
-                    .arg(QString::fromLatin1(format), PictureFile::writableFormats()));
+        if (const QString problem = PictureFile::formatProblem(plot);
+            !plot.isEmpty() && !problem.isEmpty())
+            return usageError(QStringLiteral("--plot: ") + problem);
     }
     if (parser.isSet(json) && parser.isSet(csv))
         return usageError(QStringLiteral("--json and --csv cannot be given together"));
