@@ -22,6 +22,7 @@ class TestLibraryComparePlot : public Fixture
 private slots:
     void initTestCase();
     void panelsFromStoredData();
+    void anOutLapWhereItDrove();
     void formats_data();
     void formats();
     void unknownFormat();
@@ -142,6 +143,35 @@ void TestLibraryComparePlot::panelsFromStoredData()
             > qGray(image.pixel(scale.center().x(), scale.bottom() - 3)) + 100);
     // The times in the box below.
     QVERIFY(inked(image, LapPicture::summaryBox()) > 200);
+}
+
+void TestLibraryComparePlot::anOutLapWhereItDrove()
+{
+    // The first file's out lap: from the pits, after the line, without a time.
+    const QJsonArray all = jsonRows(run({QStringLiteral("laps"), QStringLiteral("--json"),
+                                         QStringLiteral("--db"), m_library->address()}));
+    QString outLap;
+    for (const QJsonValue &value : all) {
+        const QJsonObject lap = value.toObject();
+        if (lap[u"file"].toString() == QFileInfo(m_files[0]).absoluteFilePath()
+            && lap[u"lapNumber"].toInt() == 0 && lap[u"lapTimeSeconds"].isNull())
+            outLap = QString::number(lap[u"id"].toInteger());
+    }
+    QVERIFY(!outLap.isEmpty());
+    const QString plot = m_dir.filePath(QStringLiteral("out-lap.png"));
+    const TestLibrary::Run result = compare({lapOf(m_files[0], true), outLap}, plot);
+    QVERIFY2(result.exitCode == 0, result.err.constData());
+    const QImage image(plot);
+    const QColor outLapColour = PlotStyle::otherColour(0);
+    // Its speed and inputs where it drove, and not before it reached the track: the trace
+    // holds its first values back to the line, which are not drawn.
+    for (const QRect &panel : {LapPicture::speedPanel(), LapPicture::inputsPanel()})
+        QVERIFY(count(image, panel, outLapColour) > 20);
+    const QRect speed = LapPicture::speedPanel();
+    QCOMPARE(count(image, QRect(speed.left(), speed.top(), 20, speed.height()), outLapColour), 0);
+    // No delta: an out lap's time since the line is no time it drove.
+    QCOMPARE(count(image, LapPicture::deltaPanel(), outLapColour), 0);
+    QVERIFY(count(image, LapPicture::deltaPanel(), PlotStyle::bestColour()) > 50);
 }
 
 void TestLibraryComparePlot::formats_data()

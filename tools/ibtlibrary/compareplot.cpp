@@ -10,16 +10,40 @@
 #include <QFileInfo>
 #include <QSqlQuery>
 
+#include <cmath>
+
 namespace {
 
 // The stored lap beside its row of the table.
 struct ComparedLap
 {
-    std::optional<LapTrace> trace; // null: the lap has none (it never drove a whole track)
+    std::optional<LapTrace> trace; // null: the lap has none
+    // The points of the trace that the lap drove, first to last. A trace spans the whole
+    // track and holds a lap's first and last values beyond where it drove (an out lap starts
+    // after the line, a lap cut short ends before it): those stretches are not drawn.
+    qsizetype first = 0;
+    qsizetype last = -1;
     QString track;
     QString car;
     std::optional<double> trackLength;
+
+    bool drove(qsizetype point) const { return point >= first && point <= last; }
 };
+
+// Where the held values end: the speed of a moving car is never the same at two points
+// 2 m apart, to the last bit, except where the trace held it.
+void findDriven(ComparedLap &lap)
+{
+    const LapTrace &trace = *lap.trace;
+    lap.first = 0;
+    lap.last = trace.size() - 1;
+    const double start = trace.value(LapTrace::Speed, 0);
+    while (lap.first + 1 < trace.size() && trace.value(LapTrace::Speed, lap.first + 1) == start)
+        ++lap.first;
+    const double end = trace.value(LapTrace::Speed, lap.last);
+    while (lap.last - 1 > lap.first && trace.value(LapTrace::Speed, lap.last - 1) == end)
+        --lap.last;
+}
 
 // The simulator records speed in m/s; the picture shows km/h.
 const QString recordedSpeedUnit = QStringLiteral("m/s");
@@ -29,10 +53,12 @@ UnitSystem::Conversion speedConversion()
     return UnitSystem::conversion(recordedSpeedUnit, Units::Metric);
 }
 
-std::vector<double> values(const LapTrace &trace, LapTrace::Channel channel, double factor = 1.0)
+// A channel where the lap drove, NaN elsewhere.
+std::vector<double> values(const ComparedLap &lap, LapTrace::Channel channel, double factor = 1.0)
 {
-    std::vector<double> result(size_t(trace.size()));
-    for (qsizetype k = 0; k < trace.size(); ++k)
+    const LapTrace &trace = *lap.trace;
+    std::vector<double> result(size_t(trace.size()), NAN);
+    for (qsizetype k = lap.first; k <= lap.last; ++k)
         result[size_t(k)] = trace.value(channel, k) * factor;
     return result;
 }
@@ -51,6 +77,11 @@ QString recorded(const RowOutput &rows, qsizetype row)
     return start.isNull() ? QString()
                           : QDateTime::fromMSecsSinceEpoch(start.toLongLong(), Qt::UTC)
                                 .toString(QStringLiteral("yyyy-MM-dd hh:mm"));
+}
+
+bool isTimed(const RowOutput &rows, qsizetype row)
+{
+    return !rows.value(row, QStringLiteral("lapTimeSeconds")).isNull();
 }
 
 QString lapTime(const RowOutput &rows, qsizetype row)
@@ -92,25 +123,28 @@ LapPicture::Lap pictureLap(const RowOutput &rows, qsizetype row, const ComparedL
         return lap;
     const LapTrace &trace = *stored.trace;
     const std::vector<double> distance = distances(trace);
-    std::vector<double> speed = values(trace, LapTrace::Speed);
+    std::vector<double> speed = values(stored, LapTrace::Speed);
     const UnitSystem::Conversion conversion = speedConversion();
     for (double &value : speed)
         value = conversion(value);
     lap.speed = DistanceTrace::of(distance, speed);
-    if (row > 0 && first.trace) {
+    // A delta needs both laps timed from line to line: an out lap's time since the line is
+    // no time it drove.
+    if (row > 0 && first.trace && isTimed(rows, row) && isTimed(rows, 0)) {
         // Both traces count their time from the line at the same steps of distance.
         std::vector<double> lost;
         const qsizetype points = std::min(trace.size(), first.trace->size());
         for (qsizetype k = 0; k < points; ++k)
-            lost.push_back(trace.value(LapTrace::Elapsed, k)
-                           - first.trace->value(LapTrace::Elapsed, k));
+            lost.push_back(stored.drove(k) && first.drove(k) ? trace.value(LapTrace::Elapsed, k)
+                                   - first.trace->value(LapTrace::Elapsed, k)
+                                                             : NAN);
         lap.delta = DistanceTrace::of(distance, lost);
     }
     if (lap.inputs) {
         // Pedals are stored as the share of the travel the simulator records.
-        lap.throttle = DistanceTrace::of(distance, values(trace, LapTrace::Throttle, 100.0));
-        lap.brake = DistanceTrace::of(distance, values(trace, LapTrace::Brake, 100.0));
-        lap.gear = DistanceTrace::of(distance, values(trace, LapTrace::Gear));
+        lap.throttle = DistanceTrace::of(distance, values(stored, LapTrace::Throttle, 100.0));
+        lap.brake = DistanceTrace::of(distance, values(stored, LapTrace::Brake, 100.0));
+        lap.gear = DistanceTrace::of(distance, values(stored, LapTrace::Gear));
     }
     return lap;
 }
@@ -121,10 +155,10 @@ void setTrackMap(LapPicture::Input &picture, const RowOutput &rows,
     for (qsizetype row = 0; row < stored.size(); ++row) {
         if (!stored[row].trace)
             continue;
-        const LapTrace &trace = *stored[row].trace;
+        const ComparedLap &lap = stored[row];
         picture.map = TrackProjection::of(
-            values(trace, LapTrace::Latitude), values(trace, LapTrace::Longitude),
-            values(trace, LapTrace::Speed), distances(trace), stored[row].trackLength);
+            values(lap, LapTrace::Latitude), values(lap, LapTrace::Longitude),
+            values(lap, LapTrace::Speed), distances(*lap.trace), lap.trackLength);
         if (picture.map) {
             picture.mapLapName = lapName(rows, row);
             picture.mapSpeedUnit = recordedSpeedUnit;
@@ -180,6 +214,10 @@ std::optional<LapPicture::Input> ComparePlot::picture(Library &library, const Ro
         if (query.next()) {
             if (!query.value(0).isNull())
                 lap.trace = LapTrace::unpack(query.value(0).toByteArray());
+            if (lap.trace && lap.trace->size() > 0)
+                findDriven(lap);
+            else
+                lap.trace.reset();
             lap.track = query.value(1).toString();
             if (!query.value(2).toString().isEmpty())
                 lap.track += QStringLiteral(", ") + query.value(2).toString();
@@ -212,8 +250,8 @@ std::optional<LapPicture::Input> ComparePlot::picture(Library &library, const Ro
     picture.deltaHeading = QStringLiteral("Delta to the first lap, %1: above the line time lost, "
                                           "below time gained")
                                .arg(picture.laps.first().title);
-    if (!stored.first().trace)
-        picture.deltaNote = QStringLiteral("no trace stored for the first lap");
+    if (!stored.first().trace || !isTimed(rows, 0))
+        picture.deltaNote = QStringLiteral("the first lap has no time to compare with");
     picture.inputsNote = QStringLiteral("no throttle or brake stored");
     picture.gearNote = QStringLiteral("no gear stored");
     setTrackMap(picture, rows, stored);
