@@ -134,10 +134,11 @@ LapPicture::Lap pictureLap(const RowOutput &rows, qsizetype row, const ComparedL
         // Both traces count their time from the line at the same steps of distance.
         std::vector<double> lost;
         const qsizetype points = std::min(trace.size(), first.trace->size());
-        for (qsizetype k = 0; k < points; ++k)
-            lost.push_back(stored.drove(k) && first.drove(k) ? trace.value(LapTrace::Elapsed, k)
-                                   - first.trace->value(LapTrace::Elapsed, k)
-                                                             : NAN);
+        for (qsizetype k = 0; k < points; ++k) {
+            const double elapsed = trace.value(LapTrace::Elapsed, k);
+            const double firstElapsed = first.trace->value(LapTrace::Elapsed, k);
+            lost.push_back(stored.drove(k) && first.drove(k) ? elapsed - firstElapsed : NAN);
+        }
         lap.delta = DistanceTrace::of(distance, lost);
     }
     if (lap.inputs) {
