@@ -2,7 +2,6 @@
 
 #include "lapranking.h"
 #include "lapselection.h"
-#include "lapseries.h"
 #include "plotstyle.h"
 #include "summarytext.h"
 
@@ -69,13 +68,14 @@ PlotLaps PlotLaps::of(const Laps &laps, const QList<qsizetype> &chosen, qsizetyp
             value = conversion(value);
         if (result.m_speedUnit.isEmpty())
             result.m_speedUnit = conversion.unit;
-        const QList<QPolygonF> segments = LapSeries::overDistance(distance, speed);
-        if (segments.isEmpty()) {
+        DistanceTrace trace = DistanceTrace::of(distance, speed);
+        const auto [lowest, highest] = trace.valueRange();
+        if (trace.isEmpty() || !(lowest <= highest)) {
             result.m_blankLaps.append(index);
             continue;
         }
-        candidates.append({index, segments});
-        covered.append(LapSeries::coveredDistance(segments));
+        covered.append(trace.lastDistance() - trace.firstDistance());
+        candidates.append({index, std::move(trace)});
         longest = std::max(longest, covered.last());
     }
 

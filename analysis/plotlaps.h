@@ -1,11 +1,11 @@
 #pragma once
 
+#include "distancetrace.h"
 #include "lapchannels.h"
 #include "unitsystem.h"
 
 #include <QColor>
 #include <QList>
-#include <QPolygonF>
 
 #include <optional>
 
@@ -24,7 +24,7 @@ public:
     struct Drawn
     {
         qsizetype index; // into the laps
-        QList<QPolygonF> speed; // over distance, in the speed unit
+        DistanceTrace speed; // in the speed unit
     };
 
     // A lap of another file of the same track that the delta and the inputs are drawn

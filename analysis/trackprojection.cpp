@@ -14,9 +14,15 @@ constexpr double nearLine = 0.02;
 // The mean radius of the earth in metres.
 constexpr double earthRadius = 6371008.8;
 
-double toRadians(double angle, const QString &unit)
+// Degrees from the channel's values, which the simulator gives in degrees or radians.
+std::vector<double> degrees(const ZUM::SDK::Lap &lap, const QString &name, const QString &unit)
 {
-    return unit == QLatin1String("rad") ? angle : angle * std::numbers::pi / 180.0;
+    std::vector<double> values = LapChannels::values(lap, name);
+    if (unit == QLatin1String("rad")) {
+        for (double &value : values)
+            value *= 180.0 / std::numbers::pi;
+    }
+    return values;
 }
 
 // A longitude as the nearest turn to a reference, so a track across the date line stays
@@ -39,11 +45,18 @@ std::optional<TrackProjection> TrackProjection::of(const ZUM::SDK::Lap &lap,
         = LapChannels::find(lap, longitudeName);
     if (!latitudeChannel || !longitudeChannel)
         return std::nullopt;
-    const std::vector<double> latitude = LapChannels::values(lap, latitudeName);
-    const std::vector<double> longitude = LapChannels::values(lap, longitudeName);
-    const std::vector<double> speed = LapChannels::values(lap, QStringLiteral("speed"));
-    const std::vector<double> distance = LapChannels::distance(lap, std::nullopt);
+    return of(degrees(lap, latitudeName, latitudeChannel->unit()),
+              degrees(lap, longitudeName, longitudeChannel->unit()),
+              LapChannels::values(lap, QStringLiteral("speed")),
+              LapChannels::distance(lap, std::nullopt), trackLength);
+}
 
+std::optional<TrackProjection> TrackProjection::of(const std::vector<double> &latitude,
+                                                   const std::vector<double> &longitude,
+                                                   const std::vector<double> &speed,
+                                                   const std::vector<double> &distance,
+                                                   std::optional<double> trackLength)
+{
     struct Position
     {
         double latitude;
@@ -57,8 +70,8 @@ std::optional<TrackProjection> TrackProjection::of(const ZUM::SDK::Lap &lap,
         if (std::isnan(latitude[i]) || std::isnan(longitude[i])
             || (latitude[i] == 0.0 && longitude[i] == 0.0))
             continue;
-        const double phi = toRadians(latitude[i], latitudeChannel->unit());
-        double lambda = toRadians(longitude[i], longitudeChannel->unit());
+        const double phi = latitude[i] * std::numbers::pi / 180.0;
+        double lambda = longitude[i] * std::numbers::pi / 180.0;
         if (!positions.isEmpty())
             lambda = unwrapped(lambda, positions.first().longitude);
         positions.append({phi, lambda, i});

@@ -7,6 +7,7 @@
 #include <QRectF>
 
 #include <optional>
+#include <vector>
 
 // The shape of the track as one lap drove it, from the car's "lat" and "lon": an
 // equirectangular projection around the lap's mean latitude, in metres east (x) and north
@@ -20,6 +21,12 @@ public:
     // comes round to the line again; without it, the lap's longest distance.
     static std::optional<TrackProjection> of(const ZUM::SDK::Lap &lap,
                                              std::optional<double> trackLength = std::nullopt);
+    // The same of positions in degrees, each with the lap's speed and lap distance there.
+    static std::optional<TrackProjection> of(const std::vector<double> &latitude,
+                                             const std::vector<double> &longitude,
+                                             const std::vector<double> &speed,
+                                             const std::vector<double> &distance,
+                                             std::optional<double> trackLength);
 
     const QList<QPointF> &points() const { return m_points; }
     // The lap's "speed" at each point, in its own unit; NaN where it has none.

@@ -56,6 +56,7 @@ private Q_SLOTS:
     void inputsOfTheComparedLap_data();
     void inputsOfTheComparedLap();
     void shortLapsAreLeftOut();
+    void inputsOfAnUntimedLap();
     void distanceAxisFromTheData();
     void moreThanEightLaps();
     void trackMap_data();
@@ -66,13 +67,13 @@ private Q_SLOTS:
 void tst_LapPlot::pictureSize()
 {
     const QImage image = LapPlot::render(input({steadyLap(1, 50.0)}));
-    QCOMPARE(image.size(), QSize(LapPlot::Width, LapPlot::Height));
+    QCOMPARE(image.size(), QSize(LapPicture::Width, LapPicture::Height));
     QCOMPARE(image.width(), 1600);
     // The parts lie inside the picture and apart from one another.
     const QList<QRect> parts
-        = {LapPlot::speedPanel(),    LapPlot::legendBox(),    LapPlot::deltaPanel(),
-           LapPlot::inputsPanel(),   LapPlot::inputsKeyBox(), LapPlot::gearPanel(),
-           LapPlot::trackMapPanel(), LapPlot::speedScale(),   LapPlot::summaryBox()};
+        = {LapPicture::speedPanel(),    LapPicture::legendBox(),    LapPicture::deltaPanel(),
+           LapPicture::inputsPanel(),   LapPicture::inputsKeyBox(), LapPicture::gearPanel(),
+           LapPicture::trackMapPanel(), LapPicture::speedScale(),   LapPicture::summaryBox()};
     for (qsizetype i = 0; i < parts.size(); ++i) {
         QVERIFY(image.rect().contains(parts[i]));
         for (qsizetype j = i + 1; j < parts.size(); ++j)
@@ -83,11 +84,11 @@ void tst_LapPlot::pictureSize()
 void tst_LapPlot::panelsShowTheBestLap_data()
 {
     QTest::addColumn<QRect>("panel");
-    QTest::newRow("speed") << LapPlot::speedPanel();
-    QTest::newRow("legend") << LapPlot::legendBox();
-    QTest::newRow("delta: the line at zero") << LapPlot::deltaPanel();
-    QTest::newRow("throttle and brake") << LapPlot::inputsPanel();
-    QTest::newRow("gear") << LapPlot::gearPanel();
+    QTest::newRow("speed") << LapPicture::speedPanel();
+    QTest::newRow("legend") << LapPicture::legendBox();
+    QTest::newRow("delta: the line at zero") << LapPicture::deltaPanel();
+    QTest::newRow("throttle and brake") << LapPicture::inputsPanel();
+    QTest::newRow("gear") << LapPicture::gearPanel();
 }
 
 void tst_LapPlot::panelsShowTheBestLap()
@@ -98,7 +99,7 @@ void tst_LapPlot::panelsShowTheBestLap()
         = LapPlot::render(input({steadyLap(1, 45.0), steadyLap(2, 50.0), steadyLap(3, 42.0)}));
     QVERIFY2(count(image, panel, PlotStyle::bestColour()) > 100,
              qPrintable(QString::number(count(image, panel, PlotStyle::bestColour()))));
-    if (panel != LapPlot::legendBox())
+    if (panel != LapPicture::legendBox())
         QVERIFY(count(image, panel, PlotStyle::otherColour(0)) > 0);
 }
 
@@ -121,7 +122,7 @@ void tst_LapPlot::inputsOfTheComparedLap()
     plot.compare = compare;
     const QImage image = LapPlot::render(plot);
     // Where the two laps' gears part, the compared lap shows from under the best one.
-    for (const QRect &panel : {LapPlot::inputsPanel(), LapPlot::gearPanel()}) {
+    for (const QRect &panel : {LapPicture::inputsPanel(), LapPicture::gearPanel()}) {
         QVERIFY(count(image, panel, PlotStyle::bestColour()) > 100);
         QVERIFY(count(image, panel, PlotStyle::otherColour(shown)) > 20);
         QCOMPARE(count(image, panel, PlotStyle::otherColour(hidden)), 0);
@@ -138,11 +139,28 @@ void tst_LapPlot::shortLapsAreLeftOut()
     const QSharedPointer<Lap> stubLap = TestLaps::drive(2, stub);
     stubLap->header().lapTime = ZUM::SDK::UntimedLapTime; // the simulator's "no time"
     const QImage image = LapPlot::render(input({steadyLap(1, 50.0), stubLap}));
-    QVERIFY(count(image, LapPlot::speedPanel(), PlotStyle::bestColour()) > 100);
+    QVERIFY(count(image, LapPicture::speedPanel(), PlotStyle::bestColour()) > 100);
     for (int colour = 0; colour < PlotStyle::OtherColours; ++colour) {
-        QCOMPARE(count(image, LapPlot::speedPanel(), PlotStyle::otherColour(colour)), 0);
-        QCOMPARE(count(image, LapPlot::legendBox(), PlotStyle::otherColour(colour)), 0);
+        QCOMPARE(count(image, LapPicture::speedPanel(), PlotStyle::otherColour(colour)), 0);
+        QCOMPARE(count(image, LapPicture::legendBox(), PlotStyle::otherColour(colour)), 0);
     }
+}
+
+void tst_LapPlot::inputsOfAnUntimedLap()
+{
+    // A file's only lap, untimed (an out lap, say): no best lap, no lap compared with it, yet
+    // its throttle, brake and gear are there to be drawn.
+    const QSharedPointer<Lap> lap = steadyLap(1, 50.0);
+    lap->header().lapTime = ZUM::SDK::UntimedLapTime;
+    const QImage image = LapPlot::render(input({lap}));
+    for (const QRect &panel :
+         {LapPicture::speedPanel(), LapPicture::inputsPanel(), LapPicture::gearPanel()})
+        QVERIFY2(count(image, panel, PlotStyle::otherColour(0)) > 20,
+                 qPrintable(QStringLiteral("%1,%2: %3")
+                                .arg(panel.x())
+                                .arg(panel.y())
+                                .arg(count(image, panel, PlotStyle::otherColour(0)))));
+    QCOMPARE(count(image, LapPicture::deltaPanel(), PlotStyle::otherColour(0)), 0);
 }
 
 void tst_LapPlot::distanceAxisFromTheData()
@@ -152,7 +170,7 @@ void tst_LapPlot::distanceAxisFromTheData()
     const QSharedPointer<Lap> lap = steadyLap(1, 50.0);
     lap->channel(QStringLiteral("lapdist"))->setValue(0, -0.017);
     const QImage image = LapPlot::render(input({lap}));
-    const QRect speed = LapPlot::speedPanel();
+    const QRect speed = LapPicture::speedPanel();
     const QRect leftEdge(speed.left() + 1, speed.top(), 6, speed.height());
     QVERIFY(count(image, leftEdge, PlotStyle::bestColour()) > 0);
 }
@@ -164,7 +182,7 @@ void tst_LapPlot::moreThanEightLaps()
         laps.append(steadyLap(number, 40.0 + number % 5 + number * 0.1));
     const QImage image = LapPlot::render(input(laps));
     // The best lap and seven others, each in the colour of its place among the laps.
-    QVERIFY(count(image, LapPlot::speedPanel(), PlotStyle::bestColour()) > 100);
+    QVERIFY(count(image, LapPicture::speedPanel(), PlotStyle::bestColour()) > 100);
     QList<qsizetype> all;
     for (qsizetype i = 0; i < laps.size(); ++i)
         all.append(i);
@@ -174,7 +192,7 @@ void tst_LapPlot::moreThanEightLaps()
         if (index == LapRanking::best(laps))
             continue;
         const QColor colour = PlotStyle::otherColour(int(index % PlotStyle::OtherColours));
-        QVERIFY2(count(image, LapPlot::legendBox(), colour) > 20,
+        QVERIFY2(count(image, LapPicture::legendBox(), colour) > 20,
                  qPrintable(QString::number(index)));
     }
 }
@@ -193,8 +211,8 @@ void tst_LapPlot::trackMap()
     if (positions)
         TestLaps::addPositions(*lap, 1000.0);
     const QImage image = LapPlot::render(input({lap}));
-    const QRect map = LapPlot::trackMapPanel();
-    const QRect scale = LapPlot::speedScale();
+    const QRect map = LapPicture::trackMapPanel();
+    const QRect scale = LapPicture::speedScale();
     if (!positions) {
         QCOMPARE(colourful(image, map), 0);
         QCOMPARE(colourful(image, scale), 0);
@@ -231,9 +249,9 @@ void tst_LapPlot::noLaps()
     plot.noLapsReason = QStringLiteral("no laps: the file holds no records");
     const QImage image = LapPlot::render(plot);
     // One panel with the reason, not empty charts.
-    QCOMPARE(image.size(), QSize(LapPlot::Width, LapPlot::NoLapsHeight));
+    QCOMPARE(image.size(), QSize(LapPicture::Width, LapPicture::NoLapsHeight));
     QCOMPARE(colourful(image, image.rect()), 0);
-    const QRect panel = LapPlot::noLapsPanel();
+    const QRect panel = LapPicture::noLapsPanel();
     QVERIFY(inked(image, panel.adjusted(4, 4, -4, -4)) > 100);
 }
 

@@ -1,5 +1,5 @@
 #include "ibtlapsrun.h"
-#include "lapplot.h"
+#include "lappicture.h"
 #include "picturepixels.h"
 #include "plotstyle.h"
 #include "samplefiles.h"
@@ -23,8 +23,8 @@ namespace {
 // best lap's positions say, on the ground.
 bool drawsTheTrack(const QImage &image, const Laps &laps)
 {
-    const QRect map = LapPlot::trackMapPanel();
-    const QRect scale = LapPlot::speedScale();
+    const QRect map = LapPicture::trackMapPanel();
+    const QRect scale = LapPicture::speedScale();
     if (colourful(image, map) < 500)
         return false;
     const QColor top = image.pixelColor(scale.center().x(), scale.top() + 3);
@@ -131,16 +131,16 @@ void tst_IbtLapsPicture::pictureOfTheLaps()
     const QImage image = reader.read();
     if (!expectLaps) {
         // One panel with the reason under the title, not empty charts.
-        QCOMPARE(image.size(), QSize(1600, LapPlot::NoLapsHeight));
+        QCOMPARE(image.size(), QSize(1600, LapPicture::NoLapsHeight));
         QCOMPARE(colourful(image, image.rect()), 0);
-        QVERIFY(inked(image, LapPlot::noLapsPanel().adjusted(4, 4, -4, -4)) > 100);
+        QVERIFY(inked(image, LapPicture::noLapsPanel().adjusted(4, 4, -4, -4)) > 100);
         return;
     }
-    QCOMPARE(image.size(), QSize(1600, LapPlot::Height));
+    QCOMPARE(image.size(), QSize(1600, LapPicture::Height));
     // Each panel where the layout puts it: the best lap in the best lap's colour in every
     // panel over distance, and in the legend.
-    const QList<QRect> panels = {LapPlot::speedPanel(), LapPlot::legendBox(), LapPlot::deltaPanel(),
-                                 LapPlot::inputsPanel(), LapPlot::gearPanel()};
+    const QList<QRect> panels = {LapPicture::speedPanel(), LapPicture::legendBox(), LapPicture::deltaPanel(),
+                                 LapPicture::inputsPanel(), LapPicture::gearPanel()};
     for (const QRect &panel : panels) {
         if (expectLaps)
             QVERIFY2(count(image, panel, PlotStyle::bestColour()) > 50,
@@ -150,11 +150,11 @@ void tst_IbtLapsPicture::pictureOfTheLaps()
     }
     // The other laps in the legend, in their own colours.
     if (expectLaps)
-        QVERIFY(count(image, LapPlot::legendBox(), PlotStyle::otherColour(0)) > 20);
+        QVERIFY(count(image, LapPicture::legendBox(), PlotStyle::otherColour(0)) > 20);
     if (expectMap)
         QVERIFY(drawsTheTrack(image, importDirectly(input)));
     else
-        QVERIFY(colourful(image, LapPlot::trackMapPanel()) + colourful(image, LapPlot::speedScale())
+        QVERIFY(colourful(image, LapPicture::trackMapPanel()) + colourful(image, LapPicture::speedScale())
                 == 0);
 }
 
@@ -177,7 +177,7 @@ void tst_IbtLapsPicture::pictureFormats()
     QImageReader reader(plot);
     reader.setDecideFormatFromContent(true);
     QCOMPARE(reader.format(), format);
-    QCOMPARE(reader.size(), QSize(1600, LapPlot::Height));
+    QCOMPARE(reader.size(), QSize(1600, LapPicture::Height));
 }
 
 void tst_IbtLapsPicture::noPictureForAFailedImport()
@@ -199,9 +199,9 @@ void tst_IbtLapsPicture::onePicturePerFile()
     QCOMPARE(result.exitCode, 0);
     QVERIFY(!QFile::exists(plot));
     QCOMPARE(QImage(path(QStringLiteral("several_short.png"))).size(),
-             QSize(1600, LapPlot::Height));
+             QSize(1600, LapPicture::Height));
     QCOMPARE(QImage(path(QStringLiteral("several_second.png"))).size(),
-             QSize(1600, LapPlot::Height));
+             QSize(1600, LapPicture::Height));
 }
 
 void tst_IbtLapsPicture::pictureOfARecordedFile()
@@ -217,10 +217,10 @@ void tst_IbtLapsPicture::pictureOfARecordedFile()
     const QString plot = path(QStringLiteral("recorded.png"));
     QCOMPARE(run({file, QStringLiteral("--plot"), plot}).exitCode, 0);
     const QImage image(plot);
-    QCOMPARE(image.size(), QSize(1600, LapPlot::Height));
+    QCOMPARE(image.size(), QSize(1600, LapPicture::Height));
     QVERIFY(drawsTheTrack(image, laps));
     for (const QRect &panel :
-         {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel()})
+         {LapPicture::speedPanel(), LapPicture::deltaPanel(), LapPicture::inputsPanel()})
         QVERIFY(count(image, panel, PlotStyle::bestColour()) > 50);
 }
 

@@ -1,5 +1,5 @@
 #include "ibtlapsrun.h"
-#include "lapplot.h"
+#include "lappicture.h"
 #include "picturepixels.h"
 #include "plotstyle.h"
 #include "samplefiles.h"
@@ -230,9 +230,9 @@ void tst_IbtLapsUnusual::pictureWithoutLaps()
     QCOMPARE(result.exitCode, 0);
     const QImage image(plot);
     // The title and one panel with the reason; no charts.
-    QCOMPARE(image.size(), QSize(LapPlot::Width, LapPlot::NoLapsHeight));
-    QVERIFY(inked(image, QRect(LapPlot::noLapsPanel().left(), 10, 800, 50)) > 200);
-    QVERIFY(inked(image, LapPlot::noLapsPanel().adjusted(4, 4, -4, -4)) > 100);
+    QCOMPARE(image.size(), QSize(LapPicture::Width, LapPicture::NoLapsHeight));
+    QVERIFY(inked(image, QRect(LapPicture::noLapsPanel().left(), 10, 800, 50)) > 200);
+    QVERIFY(inked(image, LapPicture::noLapsPanel().adjusted(4, 4, -4, -4)) > 100);
     QCOMPARE(colourful(image, image.rect()), 0);
 }
 
@@ -356,7 +356,7 @@ void tst_IbtLapsUnusual::comparedLapThatRepeats()
     QCOMPARE(result.exitCode, 0);
     // The compared lap in the panels, in the colour of its place (the second lap).
     const QImage image(plot);
-    for (const QRect &panel : {LapPlot::speedPanel(), LapPlot::inputsPanel()})
+    for (const QRect &panel : {LapPicture::speedPanel(), LapPicture::inputsPanel()})
         QVERIFY(count(image, panel, colourOfPlace(1)) > 20);
 }
 
@@ -406,8 +406,8 @@ void tst_IbtLapsUnusual::comparedLapInEveryPanel()
     QCOMPARE(result.exitCode, 0);
     const QImage image(plot);
     // (Its gears are the best lap's, under them.)
-    for (const QRect &panel : {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel(),
-                               LapPlot::legendBox()})
+    for (const QRect &panel : {LapPicture::speedPanel(), LapPicture::deltaPanel(), LapPicture::inputsPanel(),
+                               LapPicture::legendBox()})
         QVERIFY2(count(image, panel, colourOfPlace(compared)) > 20,
                  qPrintable(QStringLiteral("%1,%2").arg(panel.x()).arg(panel.y())));
 }
@@ -422,9 +422,9 @@ void tst_IbtLapsUnusual::onlyShortLapsDrawTheLongest()
         {m_cut, QStringLiteral("--laps"), QStringLiteral("1"), QStringLiteral("--plot"), plot});
     QCOMPARE(result.exitCode, 0);
     const QImage image(plot);
-    QVERIFY(count(image, LapPlot::speedPanel(), colourOfPlace(1)) > 20);
+    QVERIFY(count(image, LapPicture::speedPanel(), colourOfPlace(1)) > 20);
     // Under its legend entry, the word that it is short.
-    const QRect legend = LapPlot::legendBox();
+    const QRect legend = LapPicture::legendBox();
     QVERIFY(inked(image, QRect(legend.left(), legend.top() + 80, legend.width(), 80)) > 100);
 }
 
@@ -449,7 +449,7 @@ void tst_IbtLapsUnusual::startFinishOnlyWhereTheLapPassesIt()
     QCOMPARE(run({file, QStringLiteral("--plot"), plot}).exitCode, 0);
     const QImage image(plot);
     // The ring and its label are the only things in the text's colour inside the map's frame.
-    const QRect inside = LapPlot::trackMapPanel().adjusted(3, 3, -3, -3);
+    const QRect inside = LapPicture::trackMapPanel().adjusted(3, 3, -3, -3);
     const int mark = count(image, inside, PlotStyle::textColour());
     if (marked)
         QVERIFY2(mark > 50, qPrintable(QString::number(mark)));
@@ -468,7 +468,7 @@ void tst_IbtLapsUnusual::lapKeepsItsColour()
         QCOMPARE(run(QStringList {m_practice, QStringLiteral("--plot"), plot} + choice).exitCode,
                  0);
         const QImage image(plot);
-        QVERIFY2(count(image, LapPlot::legendBox(), colourOfPlace(third)) > 20,
+        QVERIFY2(count(image, LapPicture::legendBox(), colourOfPlace(third)) > 20,
                  qPrintable(choice.join(u' ')));
     }
 }
@@ -635,16 +635,16 @@ void tst_IbtLapsUnusual::vectorPictures()
     // The SVG drawn again into pixels: the same picture as the PNG, panel for panel.
     QSvgRenderer renderer(svg);
     QVERIFY(renderer.isValid());
-    QCOMPARE(renderer.viewBox(), QRect(0, 0, LapPlot::Width, LapPlot::Height));
+    QCOMPARE(renderer.viewBox(), QRect(0, 0, LapPicture::Width, LapPicture::Height));
     QImage image(renderer.viewBox().size(), QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter painter(&image);
     renderer.render(&painter);
     painter.end();
-    for (const QRect &panel : {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel(),
-                               LapPlot::gearPanel()})
+    for (const QRect &panel : {LapPicture::speedPanel(), LapPicture::deltaPanel(), LapPicture::inputsPanel(),
+                               LapPicture::gearPanel()})
         QVERIFY(count(image, panel, PlotStyle::bestColour()) > 50);
-    QVERIFY(colourful(image, LapPlot::trackMapPanel()) > 500);
+    QVERIFY(colourful(image, LapPicture::trackMapPanel()) > 500);
 }
 
 // The session text of a file, read from where its header says it is.
@@ -756,17 +756,17 @@ void tst_IbtLapsUnusual::referenceLapOfAnotherFile()
     // it, in the colour of its place, and every timed lap of the file behind it in the delta.
     const qsizetype best = indexOfLap(m_practiceLaps, 2); // 1:39.700, the fastest
     QVERIFY(m_practiceLaps[best]->header().lapTime == QTime(0, 1, 39, 700));
-    for (const QRect &panel : {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel(),
-                               LapPlot::gearPanel(), LapPlot::legendBox()})
+    for (const QRect &panel : {LapPicture::speedPanel(), LapPicture::deltaPanel(), LapPicture::inputsPanel(),
+                               LapPicture::gearPanel(), LapPicture::legendBox()})
         QVERIFY2(count(image, panel, PlotStyle::bestColour()) > 50,
                  qPrintable(QStringLiteral("%1,%2").arg(panel.x()).arg(panel.y())));
     for (const QRect &panel :
-         {LapPlot::speedPanel(), LapPlot::deltaPanel(), LapPlot::inputsPanel()})
+         {LapPicture::speedPanel(), LapPicture::deltaPanel(), LapPicture::inputsPanel()})
         QVERIFY2(count(image, panel, colourOfPlace(best)) > 20,
                  qPrintable(QStringLiteral("%1,%2").arg(panel.x()).arg(panel.y())));
     // Every lap of the file is slower than the reference: from the line on, its delta grows
     // above zero, where the panel's floor lies, and is far from it by half a lap.
-    const QRect delta = LapPlot::deltaPanel();
+    const QRect delta = LapPicture::deltaPanel();
     const QRect belowZero(delta.center().x(), delta.bottom() - 6, delta.width() / 2 - 2, 5);
     QCOMPARE(count(image, belowZero, colourOfPlace(best)), 0);
 }

@@ -1,6 +1,6 @@
 #include "commandline.h"
 
-#include "plotfile.h"
+#include "picturefile.h"
 
 #include <QCommandLineOption>
 
@@ -212,11 +212,9 @@ bool CommandLine::readValues()
         return false;
     }
     noteIgnored();
-    if (!o.plot.isEmpty() && !PlotFile::isWritable(PlotFile::format(o.plot))) {
-        usageError(
-            QStringLiteral("--plot: Qt cannot write pictures of the format '%1'; it "
-                           "writes %2")
-                .arg(QString::fromLatin1(PlotFile::format(o.plot)), PlotFile::writableFormats()));
+    if (const QString problem = PictureFile::formatProblem(o.plot);
+        !o.plot.isEmpty() && !problem.isEmpty()) {
+        usageError(QStringLiteral("--plot: ") + problem);
         return false;
     }
     return true;

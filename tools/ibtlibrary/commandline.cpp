@@ -1,6 +1,7 @@
 #include "commandline.h"
 
 #include "databaseaddress.h"
+#include "picturefile.h"
 
 #include <QCommandLineParser>
 #include <QDir>
@@ -27,7 +28,8 @@ QString overview()
                "  laps         one row per lap\n"
                "  best         the best lap per track, configuration, car and driver\n"
                "  progress     per session at a track in a car: best, average and ideal lap\n"
-               "  compare LAP LAP...  laps of one track side by side: times and sector times\n"
+               "  compare LAP LAP...  laps of one track side by side: times, sector times and a "
+               "picture\n"
                "  check        files that changed or vanished since they were added\n"
                "  remove PATH...  take files, or the files under folders, out of the library\n\n"
                "Run ibt-library COMMAND --help for a command's options.\n\n"
@@ -134,6 +136,9 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
                                   QStringLiteral("JSON on standard output instead of the table."));
     const QCommandLineOption csv(QStringLiteral("csv"),
                                  QStringLiteral("CSV on standard output instead of the table."));
+    const QCommandLineOption plotOption(
+        QStringLiteral("plot"), QStringLiteral("Draw it into FILE: PNG, SVG or PDF by its suffix."),
+        QStringLiteral("FILE"));
     if (command == u"add") {
         parser.addOption({QStringLiteral("jobs"),
                           QStringLiteral("Import N files at a time (default: one per core)."),
@@ -153,7 +158,7 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
     } else if (command == u"check") {
         parser.addOptions({json, csv});
     } else if (command == u"compare") {
-        parser.addOptions({json, csv});
+        parser.addOptions({json, csv, plotOption});
         parser.addPositionalArgument(
             QStringLiteral("LAP"),
             QStringLiteral("Laps by their id in the library (laps lists them)."),
@@ -163,9 +168,7 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
         if (command == u"laps")
             parser.addOptions({timed, sort});
         if (command == u"progress")
-            parser.addOption({QStringLiteral("plot"),
-                              QStringLiteral("Draw it into FILE: PNG, SVG or PDF by its suffix."),
-                              QStringLiteral("FILE")});
+            parser.addOption(plotOption);
     }
     rest.insert(1, command);
     if (!parser.parse(rest))
@@ -210,10 +213,13 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
     if (paths.size() > 0)
         return usageError(QStringLiteral("%1 takes no arguments, only options: %2")
                               .arg(command, paths.join(u' ')));
-    if (command == u"progress") {
-        if (!parser.isSet(track) || !parser.isSet(car))
-            return usageError(QStringLiteral("progress needs --track and --car"));
-        plot = parser.value(QStringLiteral("plot"));
+    if (command == u"progress" && (!parser.isSet(track) || !parser.isSet(car)))
+        return usageError(QStringLiteral("progress needs --track and --car"));
+    if (command == u"progress" || command == u"compare") {
+        plot = parser.value(plotOption);
+        if (const QString problem = PictureFile::formatProblem(plot);
+            !plot.isEmpty() && !problem.isEmpty())
+            return usageError(QStringLiteral("--plot: ") + problem);
     }
     if (parser.isSet(json) && parser.isSet(csv))
         return usageError(QStringLiteral("--json and --csv cannot be given together"));

@@ -19,7 +19,7 @@ struct CommandLine
     int jobs = 0; // add --jobs; 0: one per core
     LapFilter filter;
     bool sortByTime = false; // laps --sort time
-    QString plot; // progress --plot
+    QString plot; // progress and compare --plot
     QList<qint64> laps; // compare
     RowOutput::Format format = RowOutput::Format::Table;
 

@@ -1,5 +1,6 @@
 #include "addcommand.h"
 #include "commandline.h"
+#include "compareplot.h"
 #include "databaseaddress.h"
 #include "importworker.h"
 #include "library.h"
@@ -59,7 +60,10 @@ int list(Library &library, const CommandLine &commandLine)
     rows->write(out, commandLine.format);
     if (!commandLine.plot.isEmpty()) {
         QString error;
-        if (!ProgressPlot::write(*rows, commandLine.plot, &error)) {
+        const bool written = commandLine.command == u"compare"
+            ? ComparePlot::write(library, *rows, commandLine.plot, &error)
+            : ProgressPlot::write(*rows, commandLine.plot, &error);
+        if (!written) {
             QTextStream(stderr) << "error: " << error << Qt::endl;
             return 1;
         }

@@ -1,17 +1,13 @@
 #include "progressplot.h"
 
 #include "laptime.h"
+#include "picturefile.h"
 #include "plotaxis.h"
 #include "plotpanel.h"
 #include "plotstyle.h"
 
 #include <QDateTime>
-#include <QFileInfo>
-#include <QImage>
-#include <QImageWriter>
 #include <QPainter>
-#include <QPdfWriter>
-#include <QSvgGenerator>
 
 namespace {
 
@@ -99,42 +95,7 @@ void draw(QPainter &painter, const RowOutput &rows)
 
 bool ProgressPlot::write(const RowOutput &rows, const QString &path, QString *error)
 {
-    const QString suffix = QFileInfo(path).suffix().toLower();
-    if (suffix == u"svg") {
-        QSvgGenerator svg;
-        svg.setFileName(path);
-        svg.setSize(PictureSize);
-        svg.setViewBox(QRect(QPoint(0, 0), PictureSize));
-        QPainter painter;
-        if (!painter.begin(&svg)) {
-            *error = QStringLiteral("cannot write the picture %1").arg(path);
-            return false;
-        }
-        draw(painter, rows);
-        return painter.end();
-    }
-    if (suffix == u"pdf") {
-        QPdfWriter pdf(path);
-        pdf.setPageSize(QPageSize(QSizeF(PictureSize), QPageSize::Point));
-        pdf.setPageMargins({});
-        pdf.setResolution(72);
-        QPainter painter;
-        if (!painter.begin(&pdf)) {
-            *error = QStringLiteral("cannot write the picture %1").arg(path);
-            return false;
-        }
-        draw(painter, rows);
-        return painter.end();
-    }
-    QImage image(PictureSize, QImage::Format_ARGB32_Premultiplied);
-    {
-        QPainter painter(&image);
-        draw(painter, rows);
-    }
-    QImageWriter writer(path, suffix.isEmpty() ? QByteArray("png") : suffix.toLatin1());
-    if (!writer.write(image)) {
-        *error = QStringLiteral("cannot write the picture %1: %2").arg(path, writer.errorString());
-        return false;
-    }
-    return true;
+    return PictureFile::write(
+        path, PictureSize, [&rows](QPainter &painter) { draw(painter, rows); },
+        QStringLiteral("Progress"), QStringLiteral("ibt-library"), error);
 }

@@ -141,7 +141,8 @@ void ChartsView::paint(QPainter &painter, const QSize &size)
                 }
             }
         }
-        DistanceChart::draw(painter, areas[c], distance, chart.heading, title(chart), lines,
+        DistanceChart::draw(painter, areas[c], distance,
+                            {.heading = chart.heading, .valueTitle = title(chart)}, lines,
                             m_model.cursor());
     }
     if (m_dragStart && std::abs(m_dragNow - *m_dragStart) >= shortestDrag) {
