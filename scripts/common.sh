@@ -4,9 +4,9 @@
 # viewer, Xvfb for the test that runs the viewer on a display; dpkg-dev (dpkg-shlibdeps) and file
 # for the Debian package's dependencies, which cpack computes; for the lap library, Qt's SQLite
 # and PostgreSQL drivers, and the PostgreSQL 15 server that its tests start a throwaway cluster
-# of with pg_virtualenv (postgresql-common).
+# of with pg_virtualenv (postgresql-common); xxHash's header for the library's file hash.
 ZUM_PACKAGES=(cmake g++ ninja-build qt6-base-dev qt6-svg-dev xvfb xauth fonts-dejavu-core dpkg-dev
-    file libqt6sql6-sqlite libqt6sql6-psql postgresql-15 postgresql-common)
+    file libqt6sql6-sqlite libqt6sql6-psql postgresql-15 postgresql-common libxxhash-dev)
 # clang with libFuzzer and its sanitizer runtimes, for the fuzz targets (build-fuzz).
 ZUM_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
