@@ -7,7 +7,8 @@ cd "$(dirname "$0")/.."
 source scripts/common.sh
 zum_ensure_packages
 
-tests=(tst_boundedchannel tst_import tst_damagedfiles tst_damagedcontents tst_ibtlaps)
+tests=(tst_boundedchannel tst_import tst_damagedfiles tst_damagedcontents tst_ibtlaps
+    tst_readerfiles tst_scenarios tst_importqueue tst_librarydialog)
 
 export ZUM_IBT_SAMPLES="${ZUM_IBT_SAMPLES:-$PWD/../shared/ibt}"
 export QT_QPA_PLATFORM=offscreen

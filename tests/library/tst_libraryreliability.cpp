@@ -38,6 +38,7 @@ private slots:
     void damagedLibrary();
     void serverNotThere();
     void loginRefused();
+    void sslModeReachesTheServer();
     void serverRestarts_data();
     void serverRestarts();
 
@@ -286,6 +287,22 @@ void TestLibraryReliability::loginRefused()
              refused.err.constData());
     // The password of the run's own user, which libpq offers, never shows.
     QVERIFY(!refused.err.contains(qgetenv("PGPASSWORD")));
+}
+
+void TestLibraryReliability::sslModeReachesTheServer()
+{
+    if (!TestLibrary::onServer())
+        QSKIP("needs the PostgreSQL server of the run");
+    // A certificate to check the server against that does not exist: libpq refuses to connect
+    // only if it was given the URL's sslmode, whether or not the server offers SSL.
+    const QString url = TestLibrary::serverUrl(QStringLiteral("postgres"))
+        + QStringLiteral("?sslmode=verify-full&sslrootcert=/nonexistent/root.crt");
+    const TestLibrary::Run refused = run(arguments(QStringLiteral("sessions"), url));
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.startsWith("error: library "), refused.err.constData());
+    QVERIFY2(refused.err.contains("cannot connect"), refused.err.constData());
+    QVERIFY2(refused.err.contains("/nonexistent/root.crt") || refused.err.contains("SSL"),
+             refused.err.constData());
 }
 
 // pg_virtualenv's cluster, as root and as any other user: version PGVERSION, named "regress"
