@@ -8,6 +8,7 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -58,145 +59,176 @@ bool setDateOption(LapFilter &filter, bool until, const QString &text)
     (until ? filter.until : filter.since) = dateTime;
     return dateTime.isValid();
 }
+// Writes the message of a wrong command line.
+CommandLine::Parse usageError(const QString &text, int *status)
+{
+    QTextStream(stderr) << "ibt-library: " << text
+                        << "\nRun ibt-library --help for how to use it.\n";
+    *status = 2;
+    return CommandLine::Parse::Exit;
+}
 
 } // namespace
 
+struct CommandLine::Options
+{
+    const QCommandLineOption track {
+        QStringLiteral("track"), QStringLiteral("Tracks or configurations whose name contains T."),
+        QStringLiteral("T")};
+    const QCommandLineOption car {
+        QStringLiteral("car"), QStringLiteral("Cars whose name contains C."), QStringLiteral("C")};
+    const QCommandLineOption driver {QStringLiteral("driver"),
+                                     QStringLiteral("Drivers whose name contains D."),
+                                     QStringLiteral("D")};
+    const QCommandLineOption kind {
+        QStringLiteral("kind"),
+        QStringLiteral("Sessions whose kind (Practice, Qualify, Race, ...) or name contains K."),
+        QStringLiteral("K")};
+    const QCommandLineOption since {
+        QStringLiteral("since"),
+        QStringLiteral("Recorded on or after DATE (UTC, 2024-06-01 or 2024-06-01T14:00)."),
+        QStringLiteral("DATE")};
+    const QCommandLineOption until {QStringLiteral("until"),
+                                    QStringLiteral("Recorded before DATE, or on that day (UTC)."),
+                                    QStringLiteral("DATE")};
+    const QCommandLineOption timed {QStringLiteral("timed"),
+                                    QStringLiteral("Only laps with a time.")};
+    const QCommandLineOption sort {QStringLiteral("sort"),
+                                   QStringLiteral("Order of the laps: date (the default) or time."),
+                                   QStringLiteral("ORDER")};
+    const QCommandLineOption json {QStringLiteral("json"),
+                                   QStringLiteral("JSON on standard output instead of the table.")};
+    const QCommandLineOption csv {QStringLiteral("csv"),
+                                  QStringLiteral("CSV on standard output instead of the table.")};
+    const QCommandLineOption plot {
+        QStringLiteral("plot"), QStringLiteral("Draw it into FILE: PNG, SVG or PDF by its suffix."),
+        QStringLiteral("FILE")};
+    const QCommandLineOption jobs {
+        QStringLiteral("jobs"), QStringLiteral("Import N files at a time (default: one per core)."),
+        QStringLiteral("N")};
+    const QCommandLineOption plugin {
+        QStringLiteral("plugin"),
+        QStringLiteral(
+            "Load the import plug-in from PATH instead of the one installed with the tool."),
+        QStringLiteral("PATH")};
+
+    // The options and arguments that the command takes.
+    void declare(QCommandLineParser &parser, const QString &command) const
+    {
+        parser.setApplicationDescription(overview());
+        parser.addHelpOption();
+        parser.addOption(
+            {QStringLiteral("db"), QStringLiteral("The library."), QStringLiteral("LIBRARY")});
+        if (command == u"add") {
+            parser.addOptions({jobs, plugin});
+            parser.addPositionalArgument(
+                QStringLiteral("PATH"),
+                QStringLiteral(".ibt files and folders, searched recursively."),
+                QStringLiteral("PATH..."));
+        } else if (command == u"remove") {
+            parser.addPositionalArgument(QStringLiteral("PATH"),
+                                         QStringLiteral("Stored files, or folders of them."),
+                                         QStringLiteral("PATH..."));
+        } else if (command == u"check") {
+            parser.addOptions({json, csv});
+        } else if (command == u"compare") {
+            parser.addOptions({json, csv, plot});
+            parser.addPositionalArgument(
+                QStringLiteral("LAP"),
+                QStringLiteral("Laps by their id in the library (laps lists them)."),
+                QStringLiteral("LAP LAP..."));
+        } else {
+            parser.addOptions({track, car, driver, kind, since, until, json, csv});
+            if (command == u"laps")
+                parser.addOptions({timed, sort});
+            if (command == u"progress")
+                parser.addOption(plot);
+        }
+    }
+};
+
 CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
 {
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-    const auto usageError = [&](const QString &text) {
-        err << "ibt-library: " << text << "\nRun ibt-library --help for how to use it.\n";
-        *status = 2;
+    QStringList rest;
+    if (takeCommand(arguments, &rest, status) == Parse::Exit)
         return Parse::Exit;
-    };
+    const Options options;
+    QCommandLineParser parser;
+    options.declare(parser, command);
+    rest.insert(1, command);
+    if (!parser.parse(rest))
+        return usageError(parser.errorText(), status);
+    if (parser.isSet(QStringLiteral("help"))) {
+        QTextStream(stdout) << parser.helpText().replace(QStringLiteral("[options]"),
+                                                         command + QStringLiteral(" [options]"));
+        *status = 0;
+        return Parse::Exit;
+    }
+    return readValues(parser, options, status);
+}
 
+CommandLine::Parse CommandLine::takeCommand(const QStringList &arguments, QStringList *rest,
+                                            int *status)
+{
     // The command is the first argument that is neither an option nor the value of --db.
-    QStringList rest {arguments.value(0)};
+    *rest = {arguments.value(0)};
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString &argument = arguments[i];
         if (argument == u"--db") {
             if (i + 1 == arguments.size())
-                return usageError(QStringLiteral("--db needs a file or a postgresql:// URL"));
+                return usageError(QStringLiteral("--db needs a file or a postgresql:// URL"),
+                                  status);
             database = arguments[++i];
         } else if (argument.startsWith(u"--db=")) {
             database = argument.mid(5);
         } else if (command.isEmpty() && !argument.startsWith(u'-')) {
             command = argument;
         } else {
-            rest.append(argument);
+            rest->append(argument);
         }
     }
     if (command.isEmpty()) {
-        if (rest.contains(QStringLiteral("--help")) || rest.contains(QStringLiteral("-h"))) {
+        QTextStream out(stdout);
+        if (rest->contains(QStringLiteral("--help")) || rest->contains(QStringLiteral("-h"))) {
             out << "Usage: ibt-library [--db LIBRARY] COMMAND [options]\n\n" << overview() << '\n';
             *status = 0;
             return Parse::Exit;
         }
-        if (rest.contains(QStringLiteral("--version"))) {
+        if (rest->contains(QStringLiteral("--version"))) {
             out << "ibt-library " << ZUM_VERSION << '\n';
             *status = 0;
             return Parse::Exit;
         }
-        return usageError(QStringLiteral("no command given"));
+        return usageError(QStringLiteral("no command given"), status);
     }
     if (!commands.contains(command))
-        return usageError(QStringLiteral("unknown command \"%1\"").arg(command));
+        return usageError(QStringLiteral("unknown command \"%1\"").arg(command), status);
+    return Parse::Run;
+}
 
-    QCommandLineParser parser;
-    parser.setApplicationDescription(overview());
-    parser.addHelpOption();
-    parser.addOption(
-        {QStringLiteral("db"), QStringLiteral("The library."), QStringLiteral("LIBRARY")});
-    const QCommandLineOption track(
-        QStringLiteral("track"), QStringLiteral("Tracks or configurations whose name contains T."),
-        QStringLiteral("T"));
-    const QCommandLineOption car(
-        QStringLiteral("car"), QStringLiteral("Cars whose name contains C."), QStringLiteral("C"));
-    const QCommandLineOption driver(QStringLiteral("driver"),
-                                    QStringLiteral("Drivers whose name contains D."),
-                                    QStringLiteral("D"));
-    const QCommandLineOption kind(
-        QStringLiteral("kind"),
-        QStringLiteral("Sessions whose kind (Practice, Qualify, Race, ...) or name contains K."),
-        QStringLiteral("K"));
-    const QCommandLineOption since(
-        QStringLiteral("since"),
-        QStringLiteral("Recorded on or after DATE (UTC, 2024-06-01 or 2024-06-01T14:00)."),
-        QStringLiteral("DATE"));
-    const QCommandLineOption until(QStringLiteral("until"),
-                                   QStringLiteral("Recorded before DATE, or on that day (UTC)."),
-                                   QStringLiteral("DATE"));
-    const QCommandLineOption timed(QStringLiteral("timed"),
-                                   QStringLiteral("Only laps with a time."));
-    const QCommandLineOption sort(QStringLiteral("sort"),
-                                  QStringLiteral("Order of the laps: date (the default) or time."),
-                                  QStringLiteral("ORDER"));
-    const QCommandLineOption json(QStringLiteral("json"),
-                                  QStringLiteral("JSON on standard output instead of the table."));
-    const QCommandLineOption csv(QStringLiteral("csv"),
-                                 QStringLiteral("CSV on standard output instead of the table."));
-    const QCommandLineOption plotOption(
-        QStringLiteral("plot"), QStringLiteral("Draw it into FILE: PNG, SVG or PDF by its suffix."),
-        QStringLiteral("FILE"));
-    if (command == u"add") {
-        parser.addOption({QStringLiteral("jobs"),
-                          QStringLiteral("Import N files at a time (default: one per core)."),
-                          QStringLiteral("N")});
-        parser.addOption(
-            {QStringLiteral("plugin"),
-             QStringLiteral(
-                 "Load the import plug-in from PATH instead of the one installed with the tool."),
-             QStringLiteral("PATH")});
-        parser.addPositionalArgument(
-            QStringLiteral("PATH"), QStringLiteral(".ibt files and folders, searched recursively."),
-            QStringLiteral("PATH..."));
-    } else if (command == u"remove") {
-        parser.addPositionalArgument(QStringLiteral("PATH"),
-                                     QStringLiteral("Stored files, or folders of them."),
-                                     QStringLiteral("PATH..."));
-    } else if (command == u"check") {
-        parser.addOptions({json, csv});
-    } else if (command == u"compare") {
-        parser.addOptions({json, csv, plotOption});
-        parser.addPositionalArgument(
-            QStringLiteral("LAP"),
-            QStringLiteral("Laps by their id in the library (laps lists them)."),
-            QStringLiteral("LAP LAP..."));
-    } else {
-        parser.addOptions({track, car, driver, kind, since, until, json, csv});
-        if (command == u"laps")
-            parser.addOptions({timed, sort});
-        if (command == u"progress")
-            parser.addOption(plotOption);
-    }
-    rest.insert(1, command);
-    if (!parser.parse(rest))
-        return usageError(parser.errorText());
-    if (parser.isSet(QStringLiteral("help"))) {
-        out << parser.helpText().replace(QStringLiteral("[options]"),
-                                         command + QStringLiteral(" [options]"));
-        *status = 0;
-        return Parse::Exit;
-    }
+CommandLine::Parse CommandLine::readValues(const QCommandLineParser &parser, const Options &options,
+                                           int *status)
+{
     paths = parser.positionalArguments().mid(1);
     if (command == u"add") {
         if (paths.isEmpty())
-            return usageError(QStringLiteral("add needs the files or folders to add"));
-        pluginPath = parser.value(QStringLiteral("plugin"));
-        if (parser.isSet(QStringLiteral("jobs"))) {
+            return usageError(QStringLiteral("add needs the files or folders to add"), status);
+        pluginPath = parser.value(options.plugin);
+        if (parser.isSet(options.jobs)) {
             bool ok = false;
-            jobs = parser.value(QStringLiteral("jobs")).toInt(&ok);
+            jobs = parser.value(options.jobs).toInt(&ok);
             if (!ok || jobs < 1)
                 return usageError(
                     QStringLiteral("--jobs: \"%1\" is not a number of files from 1 on")
-                        .arg(parser.value(QStringLiteral("jobs"))));
+                        .arg(parser.value(options.jobs)),
+                    status);
         }
         return Parse::Run;
     }
     if (command == u"remove") {
         if (paths.isEmpty())
-            return usageError(QStringLiteral("remove needs the files or folders to remove"));
+            return usageError(QStringLiteral("remove needs the files or folders to remove"),
+                              status);
         return Parse::Run;
     }
     if (command == u"compare") {
@@ -204,43 +236,49 @@ CommandLine::Parse CommandLine::parse(const QStringList &arguments, int *status)
             bool ok = false;
             laps.append(path.toLongLong(&ok));
             if (!ok)
-                return usageError(QStringLiteral("compare: \"%1\" is not a lap's id").arg(path));
+                return usageError(QStringLiteral("compare: \"%1\" is not a lap's id").arg(path),
+                                  status);
         }
         if (laps.size() < 2)
-            return usageError(QStringLiteral("compare needs two laps or more"));
+            return usageError(QStringLiteral("compare needs two laps or more"), status);
         paths.clear();
     }
     if (paths.size() > 0)
         return usageError(QStringLiteral("%1 takes no arguments, only options: %2")
-                              .arg(command, paths.join(u' ')));
-    if (command == u"progress" && (!parser.isSet(track) || !parser.isSet(car)))
-        return usageError(QStringLiteral("progress needs --track and --car"));
+                              .arg(command, paths.join(u' ')),
+                          status);
+    if (command == u"progress" && (!parser.isSet(options.track) || !parser.isSet(options.car)))
+        return usageError(QStringLiteral("progress needs --track and --car"), status);
     if (command == u"progress" || command == u"compare") {
-        plot = parser.value(plotOption);
+        plot = parser.value(options.plot);
         if (const QString problem = PictureFile::formatProblem(plot);
             !plot.isEmpty() && !problem.isEmpty())
-            return usageError(QStringLiteral("--plot: ") + problem);
+            return usageError(QStringLiteral("--plot: ") + problem, status);
     }
-    if (parser.isSet(json) && parser.isSet(csv))
-        return usageError(QStringLiteral("--json and --csv cannot be given together"));
-    format = parser.isSet(json) ? RowOutput::Format::Json
-        : parser.isSet(csv)     ? RowOutput::Format::Csv
-                                : RowOutput::Format::Table;
+    if (parser.isSet(options.json) && parser.isSet(options.csv))
+        return usageError(QStringLiteral("--json and --csv cannot be given together"), status);
+    format = parser.isSet(options.json) ? RowOutput::Format::Json
+        : parser.isSet(options.csv)     ? RowOutput::Format::Csv
+                                        : RowOutput::Format::Table;
     if (command == u"check" || command == u"compare")
         return Parse::Run;
-    filter.track = parser.value(track);
-    filter.car = parser.value(car);
-    filter.driver = parser.value(driver);
-    filter.kind = parser.value(kind);
-    if (parser.isSet(since) && !setDateOption(filter, false, parser.value(since)))
-        return usageError(QStringLiteral("--since: \"%1\" is not a date").arg(parser.value(since)));
-    if (parser.isSet(until) && !setDateOption(filter, true, parser.value(until)))
-        return usageError(QStringLiteral("--until: \"%1\" is not a date").arg(parser.value(until)));
-    filter.timedOnly = command == u"laps" && parser.isSet(timed);
-    if (command == u"laps" && parser.isSet(sort)) {
-        const QString order = parser.value(sort);
+    filter.track = parser.value(options.track);
+    filter.car = parser.value(options.car);
+    filter.driver = parser.value(options.driver);
+    filter.kind = parser.value(options.kind);
+    for (const auto &[option, until] :
+         {std::pair {&options.since, false}, {&options.until, true}}) {
+        if (parser.isSet(*option) && !setDateOption(filter, until, parser.value(*option)))
+            return usageError(QStringLiteral("--%1: \"%2\" is not a date")
+                                  .arg(option->names().first(), parser.value(*option)),
+                              status);
+    }
+    filter.timedOnly = command == u"laps" && parser.isSet(options.timed);
+    if (command == u"laps" && parser.isSet(options.sort)) {
+        const QString order = parser.value(options.sort);
         if (order != u"time" && order != u"date")
-            return usageError(QStringLiteral("--sort: \"%1\" is neither time nor date").arg(order));
+            return usageError(QStringLiteral("--sort: \"%1\" is neither time nor date").arg(order),
+                              status);
         sortByTime = order == u"time";
     }
     return Parse::Run;

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QStringList>
 
+class QCommandLineParser;
+
 // What ibt-library was asked to do: the command, the library's address, and the command's
 // own options. --db may stand before or after the command's name.
 struct CommandLine
@@ -26,4 +28,11 @@ struct CommandLine
     // Exit with `*status` for --help, --version and a wrong command line, whose message it
     // has written.
     Parse parse(const QStringList &arguments, int *status);
+
+private:
+    struct Options;
+    // Takes --db and the command's name out of the arguments; the rest stays in *rest.
+    Parse takeCommand(const QStringList &arguments, QStringList *rest, int *status);
+    // The values of the command's options and arguments, checked.
+    Parse readValues(const QCommandLineParser &parser, const Options &options, int *status);
 };
