@@ -1,7 +1,7 @@
-// What the library keeps when things go wrong: an add killed at any moment, two adds at
-// once, a library file that is damaged, read-only or no library at all, a server that is
-// not there or refuses the login. Run on SQLite and on a PostgreSQL server like the other
-// tests of the library.
+// What the library keeps when things go wrong: an add killed at any moment, a worker process
+// killed while it imports, two adds at once, a library file that is damaged, read-only or no
+// library at all, a server that is not there, refuses the login or restarts. Run on SQLite
+// and on a PostgreSQL server like the other tests of the library.
 
 #include "databaseaddress.h"
 #include "library.h"
@@ -22,6 +22,10 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#ifdef Q_OS_LINUX
+#include <signal.h>
+#endif
+
 using TestLibrary::run;
 
 class TestLibraryReliability : public QObject
@@ -32,6 +36,7 @@ private slots:
     void initTestCase();
     void killedAdd_data();
     void killedAdd();
+    void workerKilled();
     void twoAddsAtOnce();
     void waitingAddSaysSo();
     void readOnlyLibrary();
@@ -140,6 +145,69 @@ void TestLibraryReliability::killedAdd()
         = run(arguments(QStringLiteral("add"), library.address()) + QStringList {m_dir.path()});
     QCOMPARE(again.exitCode, 0);
     QCOMPARE(checkComplete(library.address()), m_lapCounts.size());
+}
+
+#ifdef Q_OS_LINUX
+// The processes whose parent is `parent`, from the kernel's own list.
+static QList<qint64> childrenOf(qint64 parent)
+{
+    QList<qint64> children;
+    const QStringList entries = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    for (const QString &entry : entries) {
+        bool isPid = false;
+        const qint64 pid = entry.toLongLong(&isPid);
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(entry));
+        if (!isPid || !stat.open(QIODevice::ReadOnly))
+            continue;
+        // "pid (name) state ppid ...": the name may hold spaces and parentheses.
+        const QByteArray line = stat.readAll();
+        const QList<QByteArray> fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
+        if (fields.size() > 1 && fields[1].toLongLong() == parent)
+            children.append(pid);
+    }
+    return children;
+}
+#endif
+
+void TestLibraryReliability::workerKilled()
+{
+#ifndef Q_OS_LINUX
+    QSKIP("finds the worker process through /proc");
+#else
+    TestLibrary::Fresh library;
+    QVERIFY2(library.isReady(), qPrintable(library.error()));
+    QProcess add;
+    add.setReadChannel(QProcess::StandardError);
+    add.start(QStringLiteral(IBT_LIBRARY_PATH),
+              arguments(QStringLiteral("add"), library.address())
+                  + QStringList {QStringLiteral("--jobs"), QStringLiteral("1"), m_dir.path()});
+    QVERIFY(add.waitForStarted());
+    // Once the first file is in, the one worker imports the next.
+    QByteArray err;
+    while (!err.contains("added ") && add.state() == QProcess::Running) {
+        add.waitForReadyRead(1000);
+        err += add.readAllStandardError();
+    }
+    const QList<qint64> workers = childrenOf(add.processId());
+    QCOMPARE(workers.size(), 1);
+    QCOMPARE(::kill(pid_t(workers.first()), SIGKILL), 0);
+    QVERIFY(add.waitForFinished(120000));
+    err += add.readAllStandardError();
+    const QByteArray out = add.readAllStandardOutput();
+
+    // That file failed with the reason; a new worker imported all the others.
+    QCOMPARE(add.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(add.exitCode(), 1);
+    QCOMPARE(err.count("added "), m_lapCounts.size() - 1);
+    QVERIFY2(err.contains(QStringLiteral("%1 of %2 files imported")
+                              .arg(m_lapCounts.size() - 1)
+                              .arg(m_lapCounts.size())
+                              .toUtf8()
+                          + " ("),
+             err.constData());
+    QCOMPARE(err.count("\nerror: "), 1);
+    QVERIFY2(err.contains(".ibt: the import crashed its worker process\n"), err.constData());
+#endif
 }
 
 void TestLibraryReliability::twoAddsAtOnce()
