@@ -6,6 +6,8 @@
 #include "laptrace.h"
 #include "library.h"
 #include "libraryfixture.h"
+#include "picturepixels.h"
+#include "plotstyle.h"
 
 #include <QImage>
 #include <QSqlQuery>
@@ -32,6 +34,7 @@ private slots:
     void csvAndTable();
     void sectorsAndTraces();
     void progressPerSession();
+    void progressPicture();
     void compareFromStoredData();
 };
 
@@ -352,6 +355,57 @@ void TestLibraryCommands::progressPerSession()
                QStringLiteral("--db"), library.address()});
     QCOMPARE(withoutCar.exitCode, 2);
     QVERIFY(withoutCar.err.contains("progress needs --track and --car"));
+}
+
+// Mean height of the pixels of exactly that colour in the area; NaN without any.
+static double meanHeight(const QImage &image, const QRect &area, const QColor &colour)
+{
+    double sum = 0.0;
+    int found = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            if (image.pixelColor(x, y) == colour) {
+                sum += y;
+                ++found;
+            }
+        }
+    }
+    return found > 0 ? sum / found : std::nan("");
+}
+
+void TestLibraryCommands::progressPicture()
+{
+    TestLibrary::Fresh library;
+    QVERIFY(addFolder(library));
+    const ExpectedLap &first = m_laps.first();
+    const QStringList filter {QStringLiteral("progress"),
+                              QStringLiteral("--track"),
+                              first.trackName,
+                              QStringLiteral("--car"),
+                              first.carName,
+                              QStringLiteral("--db"),
+                              library.address()};
+    const QJsonArray rows = jsonRows(run(filter + QStringList {QStringLiteral("--json")}));
+    QVERIFY(rows.size() >= 2);
+    // Every session has laps of different times, so that its average is slower than its best.
+    for (const QJsonValue &row : rows)
+        QVERIFY(row[u"averageLapTimeSeconds"].toDouble() > row[u"bestLapTimeSeconds"].toDouble());
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("progress.png"));
+    const TestLibrary::Run drawn = run(filter + QStringList {QStringLiteral("--plot"), path});
+    QCOMPARE(drawn.exitCode, 0);
+    const QImage image(path);
+    QCOMPARE(image.size(), QSize(1000, 560));
+    // The panel below the title and the legend: each line drawn with a dot per session, the
+    // best lap below the average, as a shorter time is lower on the axis.
+    const QRect panel(90, 70, 880, 420);
+    using PicturePixels::count;
+    QVERIFY(count(image, panel, PlotStyle::bestColour()) > 0);
+    QVERIFY(count(image, panel, PlotStyle::otherColour(0)) > 0);
+    QVERIFY(count(image, panel, PlotStyle::otherColour(1)) > 0);
+    QVERIFY(meanHeight(image, panel, PlotStyle::bestColour())
+            > meanHeight(image, panel, PlotStyle::otherColour(0)));
 }
 
 void TestLibraryCommands::compareFromStoredData()

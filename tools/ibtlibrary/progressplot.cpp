@@ -9,6 +9,8 @@
 #include <QDateTime>
 #include <QPainter>
 
+#include <algorithm>
+
 namespace {
 
 constexpr QSize PictureSize(1000, 560);
@@ -45,9 +47,14 @@ void draw(QPainter &painter, const RowOutput &rows)
                 times.include(value.toDouble());
         }
     }
-    // Room on either side of a single day.
+    // Room on either side of a single day, and above and below the times, so that a lap time
+    // at the end of the axis is not hidden by the frame.
     days.include(days.low - 0.5);
     days.include(days.high + 0.5);
+    if (!times.isEmpty()) {
+        const double room = std::max((times.high - times.low) * 0.05, 0.01);
+        times = {times.low - room, times.high + room};
+    }
     const QRectF area(90, 70, PictureSize.width() - 120, PictureSize.height() - 140);
     PlotPanel panel(painter, area, PlotAxis::fitting(days, 8, PlotAxis::Ends::Data, 1.0),
                     PlotAxis::fitting(times, 6, PlotAxis::Ends::Ticks));
