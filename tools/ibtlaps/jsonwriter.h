@@ -39,7 +39,6 @@ public:
 
     // Hands everything written so far to the device; false once any write has failed.
     bool flush() { return m_output.flush(); }
-    bool hasError() const { return m_output.hasError(); }
 
 private:
     struct Level

@@ -48,7 +48,6 @@ public:
     // Hands everything written so far to the device and waits until it is there; false
     // once any write has failed.
     bool flush();
-    bool hasError() const { return m_error; }
 
 private:
     static constexpr qsizetype BlockSize = 1 << 20;
